@@ -1,0 +1,18 @@
+// The whole application state, passed explicitly: the core's documents, settings and paths,
+// and what the higher levels add (the recorder, the private clipboard, the pattern libraries)
+// as they arrive.
+#pragma once
+
+#include "colour/palette.h"
+#include "core/core_state.h"
+
+namespace brv {
+
+struct AppState {
+    CoreState Core;
+    Palette CurrentPalette;
+    // Set while the pattern libraries are being read, so that the loader stays quiet.
+    bool LoadingLibrary = false;
+};
+
+}  // namespace brv

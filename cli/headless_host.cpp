@@ -1,0 +1,60 @@
+#include "cli/headless_host.h"
+
+#include <cstdio>
+#include <cstdlib>
+#include <fstream>
+#include <string>
+
+namespace brv {
+
+void HeadlessHost::ShowMessage(std::string_view text, MessageIcon, std::string_view title) {
+    if (!title.empty()) std::fprintf(stderr, "%.*s: ", static_cast<int>(title.size()), title.data());
+    std::fprintf(stderr, "%.*s\n", static_cast<int>(text.size()), text.data());
+}
+
+Answer HeadlessHost::Ask(std::string_view text, Buttons buttons, MessageIcon, std::string_view) {
+    std::fprintf(stderr, "%.*s\n", static_cast<int>(text.size()), text.data());
+    switch (buttons) {
+        case Buttons::Ok:
+        case Buttons::OkCancel:
+            return Answer::Ok;
+        case Buttons::YesNo:
+        case Buttons::YesNoCancel:
+            return Answer::Yes;
+    }
+    return Answer::Ok;
+}
+
+std::optional<std::string> HeadlessHost::AskText(std::string_view, std::string_view initial,
+                                                 std::string_view) {
+    return std::string(initial);
+}
+
+double HeadlessHost::Milliseconds() {
+    return std::chrono::duration<double, std::milli>(std::chrono::steady_clock::now() - start_)
+        .count();
+}
+
+uint64_t HeadlessHost::FreePhysicalMemory() {
+    std::ifstream in("/proc/meminfo");
+    std::string key;
+    uint64_t kb = 0;
+    std::string unit;
+    while (in >> key >> kb >> unit) {
+        if (key == "MemAvailable:") return kb * 1024;
+    }
+    return uint64_t{1} << 30;
+}
+
+std::string HeadlessHost::TempFolder() {
+    for (const char* name : {"TEMP", "TMPDIR", "TMP"}) {
+        if (const char* v = std::getenv(name); v && *v) {
+            std::string s(v);
+            if (s.back() != '/') s += '/';
+            return s;
+        }
+    }
+    return "/tmp/";
+}
+
+}  // namespace brv

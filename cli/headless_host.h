@@ -1,0 +1,43 @@
+// The CLI's host: no windows. Questions take their default answer, messages go to stderr.
+#pragma once
+
+#include <chrono>
+
+#include "core/host.h"
+
+namespace brv {
+
+class HeadlessHost : public Host {
+public:
+    void ShowMessage(std::string_view text, MessageIcon icon, std::string_view title) override;
+    // Yes for yes/no questions, Ok for ok/cancel: the answer a user pressing Enter gives.
+    Answer Ask(std::string_view text, Buttons buttons, MessageIcon icon,
+               std::string_view title) override;
+    std::optional<std::string> AskText(std::string_view prompt, std::string_view initial,
+                                       std::string_view title) override;
+    std::optional<std::string> ChooseOpenFile(const FileDialogRequest&) override {
+        return std::nullopt;
+    }
+    std::optional<std::string> ChooseSaveFile(const FileDialogRequest&) override {
+        return std::nullopt;
+    }
+    void SetStatusText(std::string_view) override {}
+    void DrawStatusProgress(int32_t, int32_t) override {}
+    void HideStatusProgress() override {}
+    bool CancelClicked() override { return false; }
+    double Milliseconds() override;
+    void DoEvents() override {}
+    Size FrameClientSize() override { return {1024, 768}; }
+    int32_t CaptionHeight() override { return 0; }
+    Size CreateDocumentWindow(int32_t, Size outer) override { return outer; }
+    void DestroyDocumentWindow(int32_t) override {}
+    void SetDocumentCaption(int32_t, std::string_view) override {}
+    void FocusDocumentWindow(int32_t) override {}
+    uint64_t FreePhysicalMemory() override;
+    std::string TempFolder() override;
+
+private:
+    std::chrono::steady_clock::time_point start_ = std::chrono::steady_clock::now();
+};
+
+}  // namespace brv

@@ -1,0 +1,89 @@
+// Host: everything the logic asks of the user and of the machine.
+//
+// The logic never talks to a window system. It asks the Host to show a message, put a
+// question, pick a file, draw progress, make or drop a document window, read the clock and let
+// pending events run. The desktop program implements it with Qt, the CLI with a headless host
+// that answers questions with their defaults, and the tests with a scripted fake.
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <string_view>
+
+namespace brv {
+
+enum class MessageIcon { None, Information, Exclamation, Critical, Question };
+
+// Which buttons a question offers; the answer names the one pressed.
+enum class Buttons { Ok, OkCancel, YesNo, YesNoCancel };
+enum class Answer { Ok, Cancel, Yes, No };
+
+struct Size {
+    int32_t width = 0;
+    int32_t height = 0;
+    friend bool operator==(const Size&, const Size&) = default;
+};
+
+// The screen the program starts on. Twips convert between window units and pixels.
+struct ScreenMetrics {
+    double TwipsPerPixelX = 15.0;
+    double TwipsPerPixelY = 15.0;
+    int32_t ScreenWidth = 1024;
+    int32_t ScreenHeight = 768;
+};
+
+struct FileDialogRequest {
+    std::string title;
+    // Filter in the "description|*.ext;*.ext2|description|*.ext" form.
+    std::string filter;
+    std::string initialPath;
+};
+
+class Host {
+public:
+    virtual ~Host() = default;
+
+    // Message boxes, with the exact texts of the calling module.
+    virtual void ShowMessage(std::string_view text, MessageIcon icon = MessageIcon::None,
+                             std::string_view title = {}) = 0;
+    virtual Answer Ask(std::string_view text, Buttons buttons,
+                       MessageIcon icon = MessageIcon::Question, std::string_view title = {}) = 0;
+    // A line of text from the user; nullopt when cancelled.
+    virtual std::optional<std::string> AskText(std::string_view prompt,
+                                               std::string_view initial = {},
+                                               std::string_view title = {}) = 0;
+
+    // File dialogs; nullopt when cancelled.
+    virtual std::optional<std::string> ChooseOpenFile(const FileDialogRequest& request) = 0;
+    virtual std::optional<std::string> ChooseSaveFile(const FileDialogRequest& request) = 0;
+
+    // The status line and its progress bar. The timing rule (nothing before 1000 ms, then at
+    // most every 100 ms) is the logic's; the host only draws what it is told.
+    virtual void SetStatusText(std::string_view text) = 0;
+    virtual void DrawStatusProgress(int32_t position, int32_t maximum) = 0;
+    virtual void HideStatusProgress() = 0;
+    // True once the user has clicked to cancel since the last HideStatusProgress.
+    virtual bool CancelClicked() = 0;
+
+    // Clock and event loop: a monotonic millisecond clock, and one turn of pending events
+    // followed by a 1 ms sleep, which is how long loops stay responsive.
+    virtual double Milliseconds() = 0;
+    virtual void DoEvents() = 0;
+
+    // Document windows, one per open document, found by FID.
+    virtual Size FrameClientSize() = 0;      // inner size of the main window, pixels
+    virtual int32_t CaptionHeight() = 0;     // a window caption's height, pixels
+    // Makes the window of a document with the given outer size; returns its client size.
+    virtual Size CreateDocumentWindow(int32_t fid, Size outer) = 0;
+    virtual void DestroyDocumentWindow(int32_t fid) = 0;
+    virtual void SetDocumentCaption(int32_t fid, std::string_view caption) = 0;
+    // Gives the window the focus unless it lies off the screen.
+    virtual void FocusDocumentWindow(int32_t fid) = 0;
+
+    // Machine facts.
+    virtual uint64_t FreePhysicalMemory() = 0;  // bytes
+    virtual std::string TempFolder() = 0;       // the user's temporary folder, trailing separator
+};
+
+}  // namespace brv

@@ -1,0 +1,88 @@
+// A scripted Host for tests: it records every message and question, answers questions from a
+// queue (or with a fixed default), and plays the window system with fixed sizes.
+//
+//   FakeHost host;
+//   host.answers.push_back(Answer::Yes);
+//   CloseDocument(state, host, fid, saveAs);
+//   EXPECT_EQ(host.questions.size(), 1u);
+#pragma once
+
+#include <deque>
+#include <map>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "core/host.h"
+
+namespace brv::testing {
+
+class FakeHost : public Host {
+public:
+    // Recorded traffic.
+    std::vector<std::string> messages;
+    std::vector<std::string> questions;
+    std::vector<std::string> statusTexts;
+    std::vector<std::pair<int32_t, int32_t>> progress;
+    std::map<int32_t, std::string> captions;  // FID -> caption of a live window
+    std::vector<int32_t> createdWindows;
+    std::vector<int32_t> destroyedWindows;
+    std::vector<int32_t> focusedWindows;
+
+    // Script.
+    std::deque<Answer> answers;           // consumed one per question
+    Answer defaultAnswer = Answer::No;    // when the queue is empty
+    std::deque<std::optional<std::string>> textAnswers;
+    std::deque<std::optional<std::string>> fileAnswers;
+    Size frameClient{800, 600};
+    int32_t captionHeight = 20;
+    // Client size given to a new document window; by default the outer size less the caption.
+    std::optional<Size> documentClient;
+    double clock = 0.0;        // milliseconds; advanced by clockStep at each read
+    double clockStep = 0.0;
+    int doEventsCalls = 0;
+    bool cancelClicked = false;
+    uint64_t freeMemory = uint64_t{8} << 30;
+    std::string tempFolder = "/tmp/";
+
+    void ShowMessage(std::string_view text, MessageIcon icon, std::string_view title) override;
+    Answer Ask(std::string_view text, Buttons buttons, MessageIcon icon,
+               std::string_view title) override;
+    std::optional<std::string> AskText(std::string_view prompt, std::string_view initial,
+                                       std::string_view title) override;
+    std::optional<std::string> ChooseOpenFile(const FileDialogRequest& request) override;
+    std::optional<std::string> ChooseSaveFile(const FileDialogRequest& request) override;
+    void SetStatusText(std::string_view text) override;
+    void DrawStatusProgress(int32_t position, int32_t maximum) override;
+    void HideStatusProgress() override;
+    bool CancelClicked() override { return cancelClicked; }
+    double Milliseconds() override;
+    void DoEvents() override { ++doEventsCalls; }
+    Size FrameClientSize() override { return frameClient; }
+    int32_t CaptionHeight() override { return captionHeight; }
+    Size CreateDocumentWindow(int32_t fid, Size outer) override;
+    void DestroyDocumentWindow(int32_t fid) override;
+    void SetDocumentCaption(int32_t fid, std::string_view caption) override;
+    void FocusDocumentWindow(int32_t fid) override { focusedWindows.push_back(fid); }
+    uint64_t FreePhysicalMemory() override { return freeMemory; }
+    std::string TempFolder() override { return tempFolder; }
+};
+
+// A fresh, empty folder for one test, removed when the object goes. Ends in a separator.
+class TempFolder {
+public:
+    TempFolder();
+    ~TempFolder();
+    TempFolder(const TempFolder&) = delete;
+    TempFolder& operator=(const TempFolder&) = delete;
+    const std::string& Path() const { return path_; }
+    std::string File(std::string_view name) const { return path_ + std::string(name); }
+
+private:
+    std::string path_;
+};
+
+// The public corpus folder, or an empty text when it is not on this machine.
+std::string CorpusDir();
+
+}  // namespace brv::testing
