@@ -13,10 +13,10 @@
 namespace brv {
 
 struct StartupReport {
-    bool FirstRun = false;          // the stored main rectangle was unusable
-    bool SettingsLoaded = false;    // false: defaults were set and written
-    bool TileFromCache = false;     // false: the background was computed and its cache written
-    bool DefaultsWritten = false;   // first-run palettes and gradations were made
+    bool FirstRun = false;         // the stored main rectangle was unusable
+    bool SettingsLoaded = false;   // false: defaults were set and written
+    bool TileFromCache = false;    // false: the background was computed and its cache written
+    bool DefaultsWritten = false;  // first-run palettes and gradations were made
 };
 
 // The logic steps of the start: paths, data folders, settings and their fix-ups, the main

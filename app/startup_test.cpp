@@ -29,8 +29,8 @@ TEST(FirstStart, LeavesSettingsCachePalettesAndGradations) {
     EXPECT_TRUE(r.DefaultsWritten);
     EXPECT_EQ(FileSize(dir.File("Settings.dat")), 740u);
     EXPECT_EQ(FileSize(dir.File("tmp/tempdat.nedat")), 4u * 64u * 48u);
-    for (const char* p : {"Palettes/Default.BVP", "Palettes/MacColor.BVP",
-                          "Palettes/WebSafeColor.BVP"})
+    for (const char* p :
+         {"Palettes/Default.BVP", "Palettes/MacColor.BVP", "Palettes/WebSafeColor.BVP"})
         EXPECT_EQ(FileSize(dir.File(p)), 1024u) << p;
     EXPECT_TRUE(FileExists(dir.File("Gradations/黒から白.BVG")));
     EXPECT_TRUE(FileExists(dir.File("Gradations/白から透明な黒.BVG")));

@@ -6,7 +6,8 @@
 namespace {
 
 void BM_BackgroundTile(benchmark::State& state) {
-    for (auto _ : state) benchmark::DoNotOptimize(brv::MakeBackgroundTile(1920, 1080));
+    for (auto _ : state)
+        benchmark::DoNotOptimize(brv::MakeBackgroundTile(1920, 1080));
 }
 BENCHMARK(BM_BackgroundTile);
 

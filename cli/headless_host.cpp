@@ -8,7 +8,8 @@
 namespace brv {
 
 void HeadlessHost::ShowMessage(std::string_view text, MessageIcon, std::string_view title) {
-    if (!title.empty()) std::fprintf(stderr, "%.*s: ", static_cast<int>(title.size()), title.data());
+    if (!title.empty())
+        std::fprintf(stderr, "%.*s: ", static_cast<int>(title.size()), title.data());
     std::fprintf(stderr, "%.*s\n", static_cast<int>(text.size()), text.data());
 }
 

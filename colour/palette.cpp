@@ -42,10 +42,14 @@ PaletteBytes MacSystemColors() {
         for (uint8_t g : kCube)
             for (uint8_t b : kCube)
                 if (r || g || b) PutEntry(p, i++, r, g, b, 255);
-    for (uint8_t v : kRamp) PutEntry(p, i++, v, 0, 0, 255);
-    for (uint8_t v : kRamp) PutEntry(p, i++, 0, v, 0, 255);
-    for (uint8_t v : kRamp) PutEntry(p, i++, 0, 0, v, 255);
-    for (uint8_t v : kRamp) PutEntry(p, i++, v, v, v, 255);
+    for (uint8_t v : kRamp)
+        PutEntry(p, i++, v, 0, 0, 255);
+    for (uint8_t v : kRamp)
+        PutEntry(p, i++, 0, v, 0, 255);
+    for (uint8_t v : kRamp)
+        PutEntry(p, i++, 0, 0, v, 255);
+    for (uint8_t v : kRamp)
+        PutEntry(p, i++, v, v, v, 255);
     PutEntry(p, i, 0, 0, 0, 255);
     return p;
 }
@@ -56,9 +60,8 @@ PaletteBytes WebSafeCube() {
     for (int a = 0; a < 6; ++a)
         for (int b = 0; b < 6; ++b)
             for (int c = 0; c < 6; ++c)
-                PutEntry(p, static_cast<size_t>(a * 36 + b * 6 + c),
-                         static_cast<uint8_t>(a * 51), static_cast<uint8_t>(b * 51),
-                         static_cast<uint8_t>(c * 51), 255);
+                PutEntry(p, static_cast<size_t>(a * 36 + b * 6 + c), static_cast<uint8_t>(a * 51),
+                         static_cast<uint8_t>(b * 51), static_cast<uint8_t>(c * 51), 255);
     return p;
 }
 

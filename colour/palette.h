@@ -18,7 +18,7 @@ inline constexpr size_t kPaletteFileSize = 1024;
 using PaletteBytes = std::array<uint8_t, kPaletteFileSize>;
 
 struct Palette {
-    PaletteBytes Entries{};  // entry i at 4 * i: blue, green, red, unused
+    PaletteBytes Entries{};   // entry i at 4 * i: blue, green, red, unused
     std::string PaletteFile;  // the file it came from
 };
 

@@ -20,14 +20,16 @@ Rgb Entry(const PaletteBytes& p, int i) {
 
 TEST(BuiltinPalettes, DefaultRampsByBaseThreeDigits) {
     PaletteBytes p = MakeBuiltinPalette(BuiltinPalette::Default);
-    for (int c = 0; c < 8; ++c) EXPECT_EQ(Entry(p, c), (Rgb{0, 0, 0, 255}));  // row 0 black
-    EXPECT_EQ(Entry(p, 1 * 8 + 1), (Rgb{0x30, 0, 0, 255}));    // row 1: red at H
-    EXPECT_EQ(Entry(p, 2 * 8 + 7), (Rgb{0xFE, 0, 0, 255}));    // row 2: red at F
-    EXPECT_EQ(Entry(p, 5 * 8 + 3), (Rgb{0xA6, 0x53, 0, 255})); // 5 = 2 + 3*1
-    EXPECT_EQ(Entry(p, 9 * 8 + 4), (Rgb{0, 0, 0x60, 255}));    // row 9: blue at H
+    for (int c = 0; c < 8; ++c)
+        EXPECT_EQ(Entry(p, c), (Rgb{0, 0, 0, 255}));            // row 0 black
+    EXPECT_EQ(Entry(p, 1 * 8 + 1), (Rgb{0x30, 0, 0, 255}));     // row 1: red at H
+    EXPECT_EQ(Entry(p, 2 * 8 + 7), (Rgb{0xFE, 0, 0, 255}));     // row 2: red at F
+    EXPECT_EQ(Entry(p, 5 * 8 + 3), (Rgb{0xA6, 0x53, 0, 255}));  // 5 = 2 + 3*1
+    EXPECT_EQ(Entry(p, 9 * 8 + 4), (Rgb{0, 0, 0x60, 255}));     // row 9: blue at H
     EXPECT_EQ(Entry(p, 26 * 8 + 7), (Rgb{0xFE, 0xFE, 0xFE, 255}));
     EXPECT_EQ(Entry(p, 26 * 8 + 1), (Rgb{0x60, 0x60, 0x60, 255}));
-    for (size_t i = 27 * 32; i < 1024; ++i) EXPECT_EQ(p[i], 0) << i;
+    for (size_t i = 27 * 32; i < 1024; ++i)
+        EXPECT_EQ(p[i], 0) << i;
 }
 
 TEST(BuiltinPalettes, WebSafeCubeFromTheHighByteDown) {
@@ -36,7 +38,8 @@ TEST(BuiltinPalettes, WebSafeCubeFromTheHighByteDown) {
     EXPECT_EQ(Entry(p, 1), (Rgb{0, 0, 51, 255}));
     EXPECT_EQ(Entry(p, 36), (Rgb{51, 0, 0, 255}));
     EXPECT_EQ(Entry(p, 215), (Rgb{255, 255, 255, 255}));
-    for (size_t i = 216 * 4; i < 1024; ++i) EXPECT_EQ(p[i], 0) << i;
+    for (size_t i = 216 * 4; i < 1024; ++i)
+        EXPECT_EQ(p[i], 0) << i;
 }
 
 TEST(BuiltinPalettes, MacSystemPaletteOrder) {

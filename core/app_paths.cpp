@@ -30,8 +30,8 @@ AppPaths ComputeAppPaths(std::string_view appFolder) {
     p.PalettesDir = Folder(p.AppPath, "Palettes");
     p.CursorsDir = Folder(p.AppPath, "Cursors");
     {
-        std::string server = p.AppPath + ".." + kPathSeparator + "SusieProcess" +
-                             kPathSeparator + "_susieserver" + std::string(kExeSuffix);
+        std::string server = p.AppPath + ".." + kPathSeparator + "SusieProcess" + kPathSeparator +
+                             "_susieserver" + std::string(kExeSuffix);
         p.SusieServerFile = FromFsPath(ToFsPath(server).lexically_normal());
     }
     p.WatcherFile = Folder(p.AppPath, "process watch") + "_brvdwt" + std::string(kExeSuffix);

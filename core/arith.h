@@ -19,10 +19,14 @@ inline double Round(double x) {
 }
 
 // Largest integer not above x.
-inline double Int(double x) { return std::floor(x); }
+inline double Int(double x) {
+    return std::floor(x);
+}
 
 // Toward zero.
-inline double Fix(double x) { return std::trunc(x); }
+inline double Fix(double x) {
+    return std::trunc(x);
+}
 
 // A double to a 32-bit integer by Round; nullopt where the runtime would overflow.
 inline std::optional<int32_t> ToInt32(double x) {

@@ -103,7 +103,8 @@ private:
             return 0;
         }
         uint64_t v = 0;
-        for (size_t i = 0; i < n; ++i) v |= uint64_t{data_[pos_ + i]} << (8 * i);
+        for (size_t i = 0; i < n; ++i)
+            v |= uint64_t{data_[pos_ + i]} << (8 * i);
         pos_ += n;
         return v;
     }
@@ -113,7 +114,8 @@ private:
             return 0;
         }
         uint64_t v = 0;
-        for (size_t i = 0; i < n; ++i) v = (v << 8) | data_[pos_ + i];
+        for (size_t i = 0; i < n; ++i)
+            v = (v << 8) | data_[pos_ + i];
         pos_ += n;
         return v;
     }
@@ -158,21 +160,25 @@ public:
     // Overwrites a field at an offset that has been written already; false if it has not.
     bool PutU32LE(size_t at, uint32_t v) {
         if (at > bytes_.size() || bytes_.size() - at < 4) return false;
-        for (int i = 0; i < 4; ++i) bytes_[at + i] = static_cast<uint8_t>(v >> (8 * i));
+        for (int i = 0; i < 4; ++i)
+            bytes_[at + i] = static_cast<uint8_t>(v >> (8 * i));
         return true;
     }
     bool PutU32BE(size_t at, uint32_t v) {
         if (at > bytes_.size() || bytes_.size() - at < 4) return false;
-        for (int i = 0; i < 4; ++i) bytes_[at + i] = static_cast<uint8_t>(v >> (24 - 8 * i));
+        for (int i = 0; i < 4; ++i)
+            bytes_[at + i] = static_cast<uint8_t>(v >> (24 - 8 * i));
         return true;
     }
 
 private:
     void AppendLE(uint64_t v, int n) {
-        for (int i = 0; i < n; ++i) bytes_.push_back(static_cast<uint8_t>(v >> (8 * i)));
+        for (int i = 0; i < n; ++i)
+            bytes_.push_back(static_cast<uint8_t>(v >> (8 * i)));
     }
     void AppendBE(uint64_t v, int n) {
-        for (int i = n - 1; i >= 0; --i) bytes_.push_back(static_cast<uint8_t>(v >> (8 * i)));
+        for (int i = n - 1; i >= 0; --i)
+            bytes_.push_back(static_cast<uint8_t>(v >> (8 * i)));
     }
 
     std::vector<uint8_t> bytes_;

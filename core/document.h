@@ -39,9 +39,9 @@ private:
 };
 
 struct LayerRecord {
-    PixelBuffer Pixels;  // always Width by Height of the document, rows top-down
-    PixelBuffer Backup;  // copy taken before a stroke while a selection exists; else empty
-    int32_t Tool = 0;    // selected pen tool, 1-based
+    PixelBuffer Pixels;    // always Width by Height of the document, rows top-down
+    PixelBuffer Backup;    // copy taken before a stroke while a selection exists; else empty
+    int32_t Tool = 0;      // selected pen tool, 1-based
     int32_t Visible = 0;   // non-zero: the layer takes part in compositing
     int32_t Reserved = 0;  // never used; travels in the layered file
     int16_t PenFlag = 0;   // a yes/no pen option

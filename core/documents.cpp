@@ -37,7 +37,8 @@ int32_t NewDocument(CoreState& state, Host& host, int32_t& retWidth, int32_t& re
 
     if (state.Docs.empty()) InitDocTable(state);
     size_t fid = 1;
-    while (fid < state.Docs.size() && state.Docs[fid].InUse) ++fid;
+    while (fid < state.Docs.size() && state.Docs[fid].InUse)
+        ++fid;
     if (fid == state.Docs.size()) state.Docs.emplace_back();
 
     const auto id = static_cast<int32_t>(fid);
@@ -69,8 +70,8 @@ bool InitDocument(CoreState& state, Host& host, int32_t fid, int32_t& retWidth,
         doc.PenLID = 1;
         doc.Selection.width = doc.Width;
         doc.Selection.height = doc.Height;
-        doc.Selection.bytes.assign(
-            static_cast<size_t>(doc.Width) * static_cast<size_t>(doc.Height), 0);
+        doc.Selection.bytes.assign(static_cast<size_t>(doc.Width) * static_cast<size_t>(doc.Height),
+                                   0);
     } catch (const std::bad_alloc&) {
         return false;
     }
@@ -159,8 +160,7 @@ void CloseDocument(CoreState& state, Host& host, int32_t fid, const SaveAsHook& 
     DocumentRecord& doc = state.Docs[static_cast<size_t>(fid)];
     if (state.Settings.AskOnClose != 0 && doc.InUse && doc.Modified) {
         host.FocusDocumentWindow(fid);
-        if (host.Ask(CloseQuestionText(doc), Buttons::YesNo) == Answer::Yes && saveAs)
-            saveAs(fid);
+        if (host.Ask(CloseQuestionText(doc), Buttons::YesNo) == Answer::Yes && saveAs) saveAs(fid);
     }
     // The save may have grown the table; take the slot again.
     DocumentRecord& slot = state.Docs[static_cast<size_t>(fid)];
@@ -191,16 +191,16 @@ int32_t MapYToView(const DocumentRecord& doc, int32_t y) {
 namespace {
 
 // The shared road of the four view-to-image mappings; horizontal picks the x fields.
-int32_t ViewToImage(const CoreState& state, int32_t fid, double pos, int32_t bDoc,
-                    int32_t bNoSnap, bool horizontal) {
+int32_t ViewToImage(const CoreState& state, int32_t fid, double pos, int32_t bDoc, int32_t bNoSnap,
+                    bool horizontal) {
     const DocumentRecord* doc = state.Doc(fid);
     if (!doc) return 0;
     // A zoom under 1% cannot come from the zoom controls; keep the division defined.
     const double z = std::max(ZoomPercent(*doc), 1);
     const double twips = horizontal ? state.Screen.TwipsPerPixelX : state.Screen.TwipsPerPixelY;
-    const double u = pos / (twips > 0 ? twips : 15.0) -
-                     (horizontal ? doc->ViewOffsetX - doc->ViewLeft
-                                 : doc->ViewOffsetY - doc->ViewTop);
+    const double u =
+        pos / (twips > 0 ? twips : 15.0) -
+        (horizontal ? doc->ViewOffsetX - doc->ViewLeft : doc->ViewOffsetY - doc->ViewTop);
     int64_t image = RoundToInt(Int(u / (z / 100.0)));
     int32_t offset = 0;
     if (doc->ActiveLID >= 0 && static_cast<size_t>(doc->ActiveLID) < doc->Layers.size()) {
@@ -242,10 +242,16 @@ int32_t ZoomedExtent(const DocumentRecord& doc, int32_t side) {
 
 }  // namespace
 
-int32_t ZoomedWidth(const DocumentRecord& doc) { return ZoomedExtent(doc, doc.Width); }
-int32_t ZoomedHeight(const DocumentRecord& doc) { return ZoomedExtent(doc, doc.Height); }
+int32_t ZoomedWidth(const DocumentRecord& doc) {
+    return ZoomedExtent(doc, doc.Width);
+}
+int32_t ZoomedHeight(const DocumentRecord& doc) {
+    return ZoomedExtent(doc, doc.Height);
+}
 
-int32_t LargestSide(const DocumentRecord& doc) { return std::max(doc.Width, doc.Height); }
+int32_t LargestSide(const DocumentRecord& doc) {
+    return std::max(doc.Width, doc.Height);
+}
 
 double FitZoom(const DocumentRecord& doc, Size client) {
     if (doc.Width <= 0 || doc.Height <= 0) return 1.0;

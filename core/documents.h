@@ -21,8 +21,7 @@ int32_t NewDocument(CoreState& state, Host& host, int32_t& retWidth, int32_t& re
 
 // Fills a reserved slot: one layer, an empty selection, a window, the view defaults. false when
 // memory runs out.
-bool InitDocument(CoreState& state, Host& host, int32_t fid, int32_t& retWidth,
-                  int32_t& retHeight);
+bool InitDocument(CoreState& state, Host& host, int32_t fid, int32_t& retWidth, int32_t& retHeight);
 
 // Gives a layer its defaults. Unless bKeepPixels is -1 the pixels are replaced by a zeroed
 // picture of the document's size. Tool, Visible, PenFlag and the named PenParams are always

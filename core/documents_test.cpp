@@ -71,7 +71,8 @@ TEST_F(DocumentsTest, NewDocumentDefaults) {
     EXPECT_EQ(d.Selection.bytes.size(), 200u);
     EXPECT_EQ(d.Layers[0].Visible, 0);  // the scratch slot stays out of compositing
     // A fresh layer is black and fully transparent: invisible on any background.
-    for (uint8_t b : d.Layers[1].Pixels.Bytes()) ASSERT_EQ(b, 0);
+    for (uint8_t b : d.Layers[1].Pixels.Bytes())
+        ASSERT_EQ(b, 0);
     EXPECT_EQ(host.createdWindows, std::vector<int32_t>{fid});
 }
 
@@ -100,7 +101,8 @@ TEST_F(DocumentsTest, InitLayerWritesThePenDefaults) {
     EXPECT_EQ(p(3, 6), 1);
     EXPECT_EQ(p.Flat()[3 + 21 * 5], 25);  // flat position a + 21 * b
     int nonZero = 0;
-    for (int32_t v : p.Flat()) nonZero += v != 0;
+    for (int32_t v : p.Flat())
+        nonZero += v != 0;
     EXPECT_EQ(nonZero, 25);  // the 27 named defaults less (5,3) and (3,4), which are 0
 
     // Keeping the pixels still resets tool, visibility, flag and the named parameters, but

@@ -83,8 +83,8 @@ bool WriteWholeFile(std::string_view path, std::span<const uint8_t> bytes) {
 }
 
 bool WriteTextFile(std::string_view path, std::string_view text) {
-    return WriteWholeFile(path, std::span(reinterpret_cast<const uint8_t*>(text.data()),
-                                          text.size()));
+    return WriteWholeFile(path,
+                          std::span(reinterpret_cast<const uint8_t*>(text.data()), text.size()));
 }
 
 std::vector<std::string> ListFilesRecursive(std::string_view folder) {

@@ -72,8 +72,8 @@ public:
     virtual void DoEvents() = 0;
 
     // Document windows, one per open document, found by FID.
-    virtual Size FrameClientSize() = 0;      // inner size of the main window, pixels
-    virtual int32_t CaptionHeight() = 0;     // a window caption's height, pixels
+    virtual Size FrameClientSize() = 0;   // inner size of the main window, pixels
+    virtual int32_t CaptionHeight() = 0;  // a window caption's height, pixels
     // Makes the window of a document with the given outer size; returns its client size.
     virtual Size CreateDocumentWindow(int32_t fid, Size outer) = 0;
     virtual void DestroyDocumentWindow(int32_t fid) = 0;

@@ -77,7 +77,8 @@ void FlipAndInvert(PixelBuffer& picture, bool bFlip, bool bInvert) {
     }
     if (bInvert) {
         auto bytes = picture.Bytes();
-        for (size_t i = 3; i < bytes.size(); i += 4) bytes[i] = static_cast<uint8_t>(~bytes[i]);
+        for (size_t i = 3; i < bytes.size(); i += 4)
+            bytes[i] = static_cast<uint8_t>(~bytes[i]);
     }
 }
 

@@ -7,7 +7,9 @@
 
 namespace brv {
 
-SettingsRecord DefaultSettings() { return SettingsRecord{}; }
+SettingsRecord DefaultSettings() {
+    return SettingsRecord{};
+}
 
 namespace {
 
@@ -149,10 +151,8 @@ std::vector<std::string> RecentFiles(std::string_view useFileList) {
     size_t start = 0;
     while (start <= text->size() && out.size() < kRecentFilesMax) {
         size_t end = text->find("\r\n", start);
-        std::string line =
-            Trim(std::string_view(*text).substr(start, end == std::string::npos
-                                                           ? std::string::npos
-                                                           : end - start));
+        std::string line = Trim(std::string_view(*text).substr(
+            start, end == std::string::npos ? std::string::npos : end - start));
         if (!line.empty()) out.push_back(std::move(line));
         if (end == std::string::npos) break;
         start = end + 2;
@@ -168,6 +168,8 @@ void AddRecentFile(std::string_view useFileList, std::string_view fnm) {
     WriteRecent(useFileList, list);
 }
 
-void ClearRecentFiles(std::string_view useFileList) { DeleteFile(useFileList); }
+void ClearRecentFiles(std::string_view useFileList) {
+    DeleteFile(useFileList);
+}
 
 }  // namespace brv

@@ -56,14 +56,14 @@ inline constexpr size_t kSettingsFileSize = 740;
 
 // Field order is the file's; offsets are given beside each field.
 struct SettingsRecord {
-    int32_t ActionErrorWarn = 0;       // 0: warn at each action error; cleared on every load
-    int32_t ActionStepMessage = 0;     // 4: message at each action line
-    int32_t BatchRunning = 0;          // 8: set during a batch; cleared on every load
-    int32_t UseWatcher = 0;            // 12: start the crash watcher
-    int32_t UseSusieServer = 0;        // 16: plug-ins in another process; cleared on every load
-    int32_t NewOnStart = 0;            // 20: a new document at start
-    int32_t ClipboardIgnoreAlpha = 0;  // 24: ignore alpha of 32-bit clipboard bitmaps
-    std::array<uint8_t, 40> Reserved{};            // 28
+    int32_t ActionErrorWarn = 0;         // 0: warn at each action error; cleared on every load
+    int32_t ActionStepMessage = 0;       // 4: message at each action line
+    int32_t BatchRunning = 0;            // 8: set during a batch; cleared on every load
+    int32_t UseWatcher = 0;              // 12: start the crash watcher
+    int32_t UseSusieServer = 0;          // 16: plug-ins in another process; cleared on every load
+    int32_t NewOnStart = 0;              // 20: a new document at start
+    int32_t ClipboardIgnoreAlpha = 0;    // 24: ignore alpha of 32-bit clipboard bitmaps
+    std::array<uint8_t, 40> Reserved{};  // 28
     std::array<WindowPlacement, 10> Placements{};  // 68: see PlacementSlot
     std::array<uint8_t, 92> DialogPlaces{};        // 508: effect dialog and preview geometry
     int32_t WindowScale = 75;                      // 600: document window size, percent

@@ -104,7 +104,8 @@ TEST(RecentFiles, MostRecentFirstNoDuplicatesAtMostEleven) {
     TempFolder dir;
     const std::string list = dir.File("UseFile.dat");
     EXPECT_TRUE(RecentFiles(list).empty());
-    for (int i = 0; i < 13; ++i) AddRecentFile(list, "/f/" + std::to_string(i) + ".ico");
+    for (int i = 0; i < 13; ++i)
+        AddRecentFile(list, "/f/" + std::to_string(i) + ".ico");
     AddRecentFile(list, "/f/5.ico");
     auto files = RecentFiles(list);
     ASSERT_EQ(files.size(), 11u);
@@ -123,7 +124,8 @@ TEST(RecentFiles, MostRecentFirstNoDuplicatesAtMostEleven) {
 TEST(RecentFiles, ReadingTrimsAndKeepsElevenOfMore) {
     TempFolder dir;
     std::string text;
-    for (int i = 0; i < 15; ++i) text += "  /x/" + std::to_string(i) + " \r\n";
+    for (int i = 0; i < 15; ++i)
+        text += "  /x/" + std::to_string(i) + " \r\n";
     ASSERT_TRUE(WriteTextFile(dir.File("UseFile.dat"), text));
     auto files = RecentFiles(dir.File("UseFile.dat"));
     ASSERT_EQ(files.size(), 11u);

@@ -56,11 +56,12 @@ void FixPaletteCellSize(SettingsRecord& s) {
 
 void ApplyQuickColorDefaults(SettingsRecord& s) {
     int sum = 0;
-    for (uint8_t b : s.QuickColors) sum += b;
+    for (uint8_t b : s.QuickColors)
+        sum += b;
     if (sum != 0) return;
     static constexpr uint8_t kDefaults[32] = {
-        255, 255, 255, 255, 0, 0, 0, 255, 255, 0, 0,   255, 0, 255, 0, 255,
-        0,   0,   255, 255, 255, 0, 0, 128, 0, 255, 0, 128, 0, 0,   255, 128,
+        255, 255, 255, 255, 0,   0, 0, 255, 255, 0,   0, 255, 0, 255, 0,   255,
+        0,   0,   255, 255, 255, 0, 0, 128, 0,   255, 0, 128, 0, 0,   255, 128,
     };
     std::copy(std::begin(kDefaults), std::end(kDefaults), s.QuickColors.begin());
 }

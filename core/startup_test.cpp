@@ -73,10 +73,9 @@ TEST(SettingsAtStart, PaletteCellUnderFourShowsTwelve) {
 TEST(QuickColors, DefaultsAreTheEightListed) {
     SettingsRecord s;
     ApplyQuickColorDefaults(s);
-    const std::array<uint8_t, 32> expected = {255, 255, 255, 255, 0,   0,   0, 255,
-                                              255, 0,   0,   255, 0,   255, 0, 255,
-                                              0,   0,   255, 255, 255, 0,   0, 128,
-                                              0,   255, 0,   128, 0,   0,   255, 128};
+    const std::array<uint8_t, 32> expected = {255, 255, 255, 255, 0,   0,   0, 255, 255, 0,   0,
+                                              255, 0,   255, 0,   255, 0,   0, 255, 255, 255, 0,
+                                              0,   128, 0,   255, 0,   128, 0, 0,   255, 128};
     EXPECT_EQ(s.QuickColors, expected);
 }
 

@@ -14,7 +14,8 @@ using testing::TempFolder;
 std::vector<int32_t> Ints(const std::vector<uint8_t>& bytes) {
     ByteReader r(bytes);
     std::vector<int32_t> out;
-    while (r.Remaining() >= 4) out.push_back(r.I32LE());
+    while (r.Remaining() >= 4)
+        out.push_back(r.I32LE());
     return out;
 }
 
@@ -25,12 +26,12 @@ TEST(GradationFiles, DefaultsHaveTheirExactBytes) {
     ASSERT_TRUE(black);
     EXPECT_EQ(black->size(), 76u);
     EXPECT_EQ(Ints(*black), (std::vector<int32_t>{2, 0, 0, 0, 0, 0, 0,  //
-                                                  0, 0, 0, 255, 0, 0,     //
+                                                  0, 0, 0, 255, 0, 0,   //
                                                   255, 255, 255, 255, 100, 0}));
     auto magenta = ReadWholeFile(dir.File("白から透明な黒.BVG"));
     ASSERT_TRUE(magenta);
-    EXPECT_EQ(Ints(*magenta), (std::vector<int32_t>{2, 0, 0, 0, 0, 0, 0,  //
-                                                    255, 0, 255, 255, 0, 0, //
+    EXPECT_EQ(Ints(*magenta), (std::vector<int32_t>{2, 0, 0, 0, 0, 0, 0,     //
+                                                    255, 0, 255, 255, 0, 0,  //
                                                     0, 255, 0, 0, 100, 0}));
 }
 

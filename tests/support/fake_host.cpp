@@ -43,13 +43,17 @@ std::optional<std::string> FakeHost::ChooseSaveFile(const FileDialogRequest& req
     return ChooseOpenFile(request);
 }
 
-void FakeHost::SetStatusText(std::string_view text) { statusTexts.emplace_back(text); }
+void FakeHost::SetStatusText(std::string_view text) {
+    statusTexts.emplace_back(text);
+}
 
 void FakeHost::DrawStatusProgress(int32_t position, int32_t maximum) {
     progress.emplace_back(position, maximum);
 }
 
-void FakeHost::HideStatusProgress() { cancelClicked = false; }
+void FakeHost::HideStatusProgress() {
+    cancelClicked = false;
+}
 
 double FakeHost::Milliseconds() {
     double now = clock;
@@ -75,10 +79,10 @@ void FakeHost::SetDocumentCaption(int32_t fid, std::string_view caption) {
 TempFolder::TempFolder() {
     static std::atomic<int> counter{0};
     const char* base = std::getenv("BRV_TEST_TMP");
-    std::filesystem::path root = base && *base ? std::filesystem::path(base)
-                                               : std::filesystem::temp_directory_path();
-    std::filesystem::path dir = root / ("brv-" + std::to_string(::getpid()) + "-" +
-                                        std::to_string(counter.fetch_add(1)));
+    std::filesystem::path root =
+        base && *base ? std::filesystem::path(base) : std::filesystem::temp_directory_path();
+    std::filesystem::path dir =
+        root / ("brv-" + std::to_string(::getpid()) + "-" + std::to_string(counter.fetch_add(1)));
     std::filesystem::remove_all(dir);
     std::filesystem::create_directories(dir);
     path_ = FromFsPath(dir) + "/";

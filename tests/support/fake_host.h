@@ -30,15 +30,15 @@ public:
     std::vector<int32_t> focusedWindows;
 
     // Script.
-    std::deque<Answer> answers;           // consumed one per question
-    Answer defaultAnswer = Answer::No;    // when the queue is empty
+    std::deque<Answer> answers;         // consumed one per question
+    Answer defaultAnswer = Answer::No;  // when the queue is empty
     std::deque<std::optional<std::string>> textAnswers;
     std::deque<std::optional<std::string>> fileAnswers;
     Size frameClient{800, 600};
     int32_t captionHeight = 20;
     // Client size given to a new document window; by default the outer size less the caption.
     std::optional<Size> documentClient;
-    double clock = 0.0;        // milliseconds; advanced by clockStep at each read
+    double clock = 0.0;  // milliseconds; advanced by clockStep at each read
     double clockStep = 0.0;
     int doEventsCalls = 0;
     bool cancelClicked = false;

@@ -1,0 +1,173 @@
+#include "platform/application.h"
+
+#include <QDesktopServices>
+#include <QMessageBox>
+#include <QUrl>
+
+#include "core/documents.h"
+#include "core/file_io.h"
+#include "core/messages.h"
+#include "core/settings.h"
+#include "platform/main_window.h"
+#include "platform/new_image_dialog.h"
+#include "platform/qt_text.h"
+#include "platform/setting_dialog.h"
+
+namespace brv {
+
+Application::Application(std::string appFolder, const ScreenMetrics& screen) {
+    report_ = StartApplication(state_, appFolder, screen);
+    frame_ = std::make_unique<MainWindow>(*this);
+    host_.AttachFrame(frame_.get());
+}
+
+Application::~Application() {
+    if (!shutDown_) Shutdown();
+    host_.AttachFrame(nullptr);
+}
+
+void Application::Start(const std::string& commandLine) {
+    frame_->RestorePlacements(state_.Core.Settings);
+    if (report_.FirstRun) frame_->LayOutToolWindows();
+    state_.Core.ActiveFID = 0;
+    frame_->show();
+    if (!commandLine.empty()) {
+        OpenCommandLine(host_, commandLine,
+                        [this](const std::string& path) { OpenFileCommand(path); });
+    } else if (state_.Core.Settings.NewOnStart != 0) {
+        NewDocumentAndShow(0, 0);
+    }
+}
+
+bool Application::IsAvailable(Command command) {
+    switch (command) {
+        case Command::NewImage:
+        case Command::ClearRecent:
+        case Command::Exit:
+        case Command::Settings:
+        case Command::Hotspot:
+        case Command::GridToggle:
+        case Command::GridSnap:
+        case Command::GridSize:
+        case Command::Cascade:
+        case Command::TileStacked:
+        case Command::TileSideBySide:
+        case Command::MinimizeAll:
+        case Command::RestoreAll:
+        case Command::Help:
+        case Command::About:
+            return true;
+        default:
+            return false;
+    }
+}
+
+void Application::RunCommand(Command command, double argument, const std::string& caption) {
+    (void)argument;
+    (void)caption;
+    CoreState& core = state_.Core;
+    DocumentRecord* doc = core.Doc(core.ActiveFID);
+    switch (command) {
+        case Command::NewImage:
+            NewImageCommand();
+            break;
+        case Command::ClearRecent:
+            ClearRecentFiles(core.Paths.UseFileList);
+            break;
+        case Command::Exit:
+            frame_->close();
+            break;
+        case Command::Settings:
+            ShowSettingsCommand();
+            break;
+        case Command::Hotspot:
+            if (doc) doc->ShowHotspot = doc->ShowHotspot ? kNo : kYes;
+            frame_->RefreshActiveDocument();
+            break;
+        case Command::GridToggle:
+            if (doc) doc->GridVisible = doc->GridVisible ? kNo : kYes;
+            frame_->RefreshActiveDocument();
+            break;
+        case Command::GridSnap:
+            if (doc) doc->GridSnap = doc->GridSnap ? kNo : kYes;
+            break;
+        case Command::GridSize:
+            if (doc) {
+                auto text = static_cast<brv::Host&>(host_).AskText("グリッドサイズ",
+                                                                   std::to_string(doc->GridSize));
+                if (!text) break;
+                bool ok = false;
+                int value = ToQ(*text).trimmed().toInt(&ok);
+                if (!ok || value < 1 || value > PixelBuffer::kMaxSide) {
+                    static_cast<brv::Host&>(host_).ShowMessage(msg::kNumberOutOfRange,
+                                                               MessageIcon::Exclamation);
+                    break;
+                }
+                doc->GridSize = value;
+                frame_->RefreshActiveDocument();
+            }
+            break;
+        case Command::Cascade:
+        case Command::TileStacked:
+        case Command::TileSideBySide:
+        case Command::MinimizeAll:
+        case Command::RestoreAll:
+            frame_->ArrangeDocuments(command);
+            break;
+        case Command::Help:
+            QDesktopServices::openUrl(QUrl::fromLocalFile(ToQ(core.Paths.HelpDir + "index.htm")));
+            break;
+        case Command::About:
+            QMessageBox::about(frame_.get(), QStringLiteral("バージョン情報"),
+                               QStringLiteral("Brivandelle %1").arg(QStringLiteral(BRV_VERSION)));
+            break;
+        default:
+            break;
+    }
+}
+
+int32_t Application::NewImageCommand() {
+    NewImageDialog dialog(state_.Core, host_, frame_.get());
+    if (dialog.exec() != QDialog::Accepted) return 0;
+    return NewDocumentAndShow(dialog.ChosenWidth(), dialog.ChosenHeight());
+}
+
+int32_t Application::NewDocumentAndShow(int32_t width, int32_t height) {
+    int32_t fid = NewDocument(state_.Core, host_, width, height);
+    if (fid <= 0) return 0;
+    SetDocumentTitle(state_.Core, host_, fid, "", 0);
+    frame_->ShowDocument(fid);
+    state_.Core.ActiveFID = fid;
+    return fid;
+}
+
+void Application::CloseDocumentCommand(int32_t fid) {
+    CloseDocument(state_.Core, host_, fid, [this](int32_t f) { SaveAsCommand(f); });
+    frame_->UpdateMenuBar();
+}
+
+void Application::SaveAsCommand(int32_t fid) {
+    (void)fid;  // the save commands arrive with the file formats
+}
+
+void Application::OpenFileCommand(const std::string& path) {
+    (void)path;  // the open command arrives with the file formats
+}
+
+void Application::ShowSettingsCommand() {
+    SettingDialog dialog(state_.Core.Settings, frame_.get());
+    if (dialog.exec() == QDialog::Accepted) {
+        state_.Core.Settings = dialog.Result();
+        SaveSettings(state_.Core.Paths.SettingsFile, state_.Core.Settings);
+    }
+}
+
+bool Application::Shutdown() {
+    if (shutDown_) return true;
+    frame_->TakePlacements(state_.Core.Settings);
+    ShutdownApplication(state_, host_, [this](int32_t f) { SaveAsCommand(f); });
+    shutDown_ = true;
+    return true;
+}
+
+}  // namespace brv

@@ -1,0 +1,57 @@
+// The desktop program: owns the application state, the Qt host and the frame, runs the start
+// and the end, and carries out the menu commands.
+#pragma once
+
+#include <QObject>
+#include <memory>
+#include <string>
+
+#include "app/app_state.h"
+#include "app/menu_table.h"
+#include "app/startup.h"
+#include "platform/qt_host.h"
+
+namespace brv {
+
+class MainWindow;
+
+class Application : public QObject {
+    Q_OBJECT
+public:
+    // appFolder is where the settings and data folders live (the executable's folder).
+    Application(std::string appFolder, const ScreenMetrics& screen);
+    ~Application() override;
+
+    // The start after the windows exist: placements, first-run layout, the command line,
+    // a new document when the settings ask for one; then the frame is shown.
+    void Start(const std::string& commandLine);
+
+    AppState& State() { return state_; }
+    QtHost& Host() { return host_; }
+    MainWindow& Frame() { return *frame_; }
+    const StartupReport& Report() const { return report_; }
+
+    // Whether a command has something behind it yet; the rest stay disabled in the menus.
+    static bool IsAvailable(Command command);
+    void RunCommand(Command command, double argument, const std::string& caption);
+
+    // New image dialog, then a document of that size. Returns the FID or 0.
+    int32_t NewImageCommand();
+    int32_t NewDocumentAndShow(int32_t width, int32_t height);
+    void CloseDocumentCommand(int32_t fid);
+    void ShowSettingsCommand();
+    void OpenFileCommand(const std::string& path);
+    // The end of the program; false when a window refused to close.
+    bool Shutdown();
+
+private:
+    void SaveAsCommand(int32_t fid);
+
+    AppState state_;
+    QtHost host_;
+    StartupReport report_;
+    std::unique_ptr<MainWindow> frame_;
+    bool shutDown_ = false;
+};
+
+}  // namespace brv

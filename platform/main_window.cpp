@@ -1,0 +1,359 @@
+#include "platform/main_window.h"
+
+#include <QCloseEvent>
+#include <QGuiApplication>
+#include <QMdiSubWindow>
+#include <QMenuBar>
+#include <QMouseEvent>
+#include <QScreen>
+#include <QStatusBar>
+#include <QStyle>
+#include <QWindow>
+
+#include "core/settings.h"
+#include "platform/application.h"
+#include "platform/document_window.h"
+#include "platform/qt_text.h"
+
+namespace brv {
+
+namespace {
+
+// Each action remembers the table entry it came from.
+struct ActionData {
+    Command command;
+    double argument;
+};
+
+}  // namespace
+
+}  // namespace brv
+
+Q_DECLARE_METATYPE(brv::ActionData)
+
+namespace brv {
+
+MainWindow::MainWindow(Application& app) : app_(app) {
+    setWindowTitle(QStringLiteral("Brivandelle %1").arg(QStringLiteral(BRV_VERSION)));
+    mdi_ = new QMdiArea(this);
+    mdi_->setHorizontalScrollBarPolicy(Qt::ScrollBarAsNeeded);
+    mdi_->setVerticalScrollBarPolicy(Qt::ScrollBarAsNeeded);
+    mdi_->setBackground(palette().brush(QPalette::Dark));
+    setCentralWidget(mdi_);
+    connect(mdi_, &QMdiArea::subWindowActivated, this, &MainWindow::OnSubWindowActivated);
+
+    status_ = new QLabel(this);
+    progress_ = new QProgressBar(this);
+    progress_->setMaximumWidth(220);
+    progress_->setTextVisible(false);
+    progress_->hide();
+    progress_->installEventFilter(this);
+    statusBar()->addWidget(status_, 1);
+    statusBar()->addPermanentWidget(progress_);
+
+    BuildMenus(FrameMenus(), frameMenus_);
+    BuildMenus(DocumentMenus(), documentMenus_);
+    showingDocumentMenus_ = true;  // forces the first update to install the frame menu
+    UpdateMenuBar();
+    resize(900, 700);
+}
+
+MainWindow::~MainWindow() = default;
+
+void MainWindow::BuildMenus(std::span<const TopMenu> tables, QList<QMenu*>& out) {
+    for (const TopMenu& top : tables) {
+        auto* root = new QMenu(ToQ(top.caption), this);
+        out.push_back(root);
+        QList<QMenu*> stack{root};
+        for (const MenuEntry& e : top.entries) {
+            QMenu* menu = stack.back();
+            switch (e.kind) {
+                case EntryKind::Separator:
+                    menu->addSeparator();
+                    break;
+                case EntryKind::SubmenuBegin: {
+                    QMenu* sub = menu->addMenu(ToQ(e.caption));
+                    connect(sub, &QMenu::aboutToShow, this, [this, sub] { UpdateEnablement(sub); });
+                    stack.push_back(sub);
+                    break;
+                }
+                case EntryKind::SubmenuEnd:
+                    if (stack.size() > 1) stack.pop_back();
+                    break;
+                case EntryKind::RecentList:
+                    // Rebuilt each time the submenu opens.
+                    menu->setProperty("brvRecent", true);
+                    break;
+                case EntryKind::Command: {
+                    QAction* a = menu->addAction(ToQ(e.caption));
+                    if (!e.shortcut.empty()) {
+                        a->setShortcut(QKeySequence(ToQ(e.shortcut)));
+                        a->setShortcutContext(Qt::ApplicationShortcut);
+                    }
+                    a->setData(QVariant::fromValue(ActionData{e.command, e.argument}));
+                    a->setEnabled(Application::IsAvailable(e.command));
+                    const std::string caption(e.caption);
+                    const Command command = e.command;
+                    const double argument = e.argument;
+                    connect(a, &QAction::triggered, this, [this, command, argument, caption] {
+                        app_.RunCommand(command, argument, caption);
+                    });
+                    break;
+                }
+            }
+        }
+        connect(root, &QMenu::aboutToShow, this, [this, root] { UpdateEnablement(root); });
+    }
+}
+
+void MainWindow::FillRecentMenu(QMenu* menu) {
+    // Keep the fixed entries (the clear command and its separator) below the list.
+    QList<QAction*> fixed;
+    for (QAction* a : menu->actions())
+        if (!a->property("brvRecentItem").toBool()) fixed.push_back(a);
+    for (QAction* a : menu->actions())
+        if (a->property("brvRecentItem").toBool()) {
+            menu->removeAction(a);
+            a->deleteLater();
+        }
+    QAction* before = fixed.isEmpty() ? nullptr : fixed.front();
+    const auto files = RecentFiles(app_.State().Core.Paths.UseFileList);
+    for (const std::string& f : files) {
+        auto* a = new QAction(ToQ(f), menu);
+        a->setProperty("brvRecentItem", true);
+        a->setEnabled(Application::IsAvailable(Command::Open));
+        connect(a, &QAction::triggered, this, [this, f] { app_.OpenFileCommand(f); });
+        menu->insertAction(before, a);
+    }
+}
+
+void MainWindow::UpdateEnablement(QMenu* menu) {
+    if (menu->property("brvRecent").toBool()) FillRecentMenu(menu);
+    const CoreState& core = app_.State().Core;
+    const MenuState m = ComputeMenuState(core, core.ActiveFID, false);
+    for (QAction* a : menu->actions()) {
+        if (!a->data().canConvert<ActionData>()) continue;
+        const ActionData d = a->data().value<ActionData>();
+        bool enabled = Application::IsAvailable(d.command);
+        switch (d.command) {
+            case Command::Undo:
+                enabled = enabled && m.undo;
+                break;
+            case Command::Redo:
+                enabled = enabled && m.redo;
+                break;
+            case Command::Paste:
+            case Command::PasteNewLayer:
+            case Command::PasteInSelection:
+                enabled = enabled && m.paste;
+                break;
+            case Command::Copy:
+            case Command::Cut:
+            case Command::Delete:
+            case Command::Crop:
+            case Command::PasteAtSelection:
+            case Command::Deselect:
+                enabled = enabled && m.selection;
+                break;
+            case Command::LayerDown:
+            case Command::LayerCombine:
+            case Command::LayerDelete:
+            case Command::LayerCombineAll:
+                enabled = enabled && m.severalLayers;
+                break;
+            case Command::LayerReflectMove:
+                enabled = enabled && m.reflectMove;
+                break;
+            case Command::GridToggle:
+                a->setCheckable(true);
+                a->setChecked(m.gridVisible);
+                break;
+            case Command::GridSnap:
+                a->setCheckable(true);
+                a->setChecked(m.gridSnap);
+                break;
+            case Command::Hotspot:
+                a->setCheckable(true);
+                a->setChecked(m.hotspot);
+                break;
+            default:
+                break;
+        }
+        a->setEnabled(enabled);
+    }
+}
+
+void MainWindow::UpdateMenuBar() {
+    const bool wantDocument = app_.State().Core.Doc(app_.State().Core.ActiveFID) != nullptr &&
+                              mdi_->activeSubWindow() != nullptr;
+    if (wantDocument == showingDocumentMenus_) return;
+    showingDocumentMenus_ = wantDocument;
+    menuBar()->clear();
+    for (QMenu* m : wantDocument ? documentMenus_ : frameMenus_)
+        menuBar()->addMenu(m);
+    // Shortcuts of the hidden table must not fire.
+    for (QMenu* m : frameMenus_)
+        m->setEnabled(!wantDocument);
+    for (QMenu* m : documentMenus_)
+        m->setEnabled(wantDocument);
+}
+
+QAction* MainWindow::FindAction(const QString& caption) const {
+    const auto& menus = showingDocumentMenus_ ? documentMenus_ : frameMenus_;
+    QList<QMenu*> pending(menus.begin(), menus.end());
+    while (!pending.isEmpty()) {
+        QMenu* m = pending.takeFirst();
+        for (QAction* a : m->actions()) {
+            if (a->text() == caption) return a;
+            if (a->menu()) pending.push_back(a->menu());
+        }
+    }
+    return nullptr;
+}
+
+QSize MainWindow::MdiClientSize() const {
+    return mdi_->viewport()->size();
+}
+
+QSize MainWindow::CreateDocumentWindow(int32_t fid, QSize outer) {
+    auto* view = new DocumentWindow(app_, fid);
+    QMdiSubWindow* sub = mdi_->addSubWindow(view);
+    sub->setAttribute(Qt::WA_DeleteOnClose, false);
+    sub->resize(outer);
+    documents_[fid] = view;
+    return view->size();
+}
+
+void MainWindow::DestroyDocumentWindow(int32_t fid) {
+    QPointer<DocumentWindow> view = documents_.take(fid);
+    if (!view) return;
+    view->Detach();
+    if (QWidget* sub = view->parentWidget()) {
+        mdi_->removeSubWindow(sub);
+        sub->hide();
+        sub->deleteLater();
+    }
+    UpdateMenuBar();
+}
+
+DocumentWindow* MainWindow::FindDocumentWindow(int32_t fid) const {
+    return documents_.value(fid, nullptr);
+}
+
+void MainWindow::ShowDocument(int32_t fid) {
+    DocumentWindow* view = FindDocumentWindow(fid);
+    if (!view) return;
+    QWidget* sub = view->parentWidget();
+    sub->show();
+    Activate(view);
+}
+
+void MainWindow::Activate(DocumentWindow* window) {
+    if (auto* sub = qobject_cast<QMdiSubWindow*>(window->parentWidget())) {
+        mdi_->setActiveSubWindow(sub);
+        sub->setFocus();
+    }
+}
+
+void MainWindow::OnSubWindowActivated() {
+    if (QMdiSubWindow* sub = mdi_->activeSubWindow()) {
+        if (auto* view = qobject_cast<DocumentWindow*>(sub->widget())) {
+            if (view->Fid() > 0) app_.State().Core.ActiveFID = view->Fid();
+        }
+    }
+    UpdateMenuBar();
+}
+
+void MainWindow::RefreshActiveDocument() {
+    if (DocumentWindow* view = FindDocumentWindow(app_.State().Core.ActiveFID)) view->update();
+}
+
+void MainWindow::ArrangeDocuments(Command how) {
+    const QList<QMdiSubWindow*> windows = mdi_->subWindowList();
+    switch (how) {
+        case Command::Cascade:
+            mdi_->cascadeSubWindows();
+            break;
+        case Command::TileStacked:
+        case Command::TileSideBySide: {
+            QList<QMdiSubWindow*> shown;
+            for (QMdiSubWindow* w : windows)
+                if (!w->isMinimized() && w->isVisible()) shown.push_back(w);
+            if (shown.isEmpty()) break;
+            const QSize area = mdi_->viewport()->size();
+            const auto n = static_cast<int>(shown.size());
+            for (int i = 0; i < n; ++i) {
+                shown[i]->showNormal();
+                if (how == Command::TileStacked) {
+                    const int h = area.height() / n;
+                    shown[i]->setGeometry(0, i * h, area.width(), h);
+                } else {
+                    const int w = area.width() / n;
+                    shown[i]->setGeometry(i * w, 0, w, area.height());
+                }
+            }
+            break;
+        }
+        case Command::MinimizeAll:
+            for (QMdiSubWindow* w : windows)
+                w->showMinimized();
+            break;
+        case Command::RestoreAll:
+            for (QMdiSubWindow* w : windows)
+                w->showNormal();
+            break;
+        default:
+            break;
+    }
+}
+
+void MainWindow::SetStatusText(const QString& text) {
+    status_->setText(text);
+}
+
+void MainWindow::ShowProgress(int32_t position, int32_t maximum) {
+    progress_->setMaximum(std::max(maximum, 1));
+    progress_->setValue(std::clamp(position, 0, std::max(maximum, 1)));
+    progress_->show();
+}
+
+void MainWindow::HideProgress() {
+    progress_->hide();
+    cancelClicked_ = false;
+}
+
+bool MainWindow::eventFilter(QObject* watched, QEvent* event) {
+    if (watched == progress_ && event->type() == QEvent::MouseButtonPress) cancelClicked_ = true;
+    return QMainWindow::eventFilter(watched, event);
+}
+
+void MainWindow::TakePlacements(SettingsRecord& settings) const {
+    WindowPlacement& p = settings.Placements[kPlaceMain];
+    const QRect r = normalGeometry().isValid() ? normalGeometry() : geometry();
+    p.length = kWindowPlacementSize;
+    p.flags = 0;
+    p.showCmd = isMaximized() ? kShowMaximized : (isMinimized() ? kShowMinimized : kShowNormal);
+    p.normalPosition = RectI{r.left(), r.top(), r.left() + r.width(), r.top() + r.height()};
+}
+
+void MainWindow::RestorePlacements(const SettingsRecord& settings) {
+    const WindowPlacement& p = settings.Placements[kPlaceMain];
+    const RectI& r = p.normalPosition;
+    if (r.right > r.left && r.bottom > r.top)
+        setGeometry(r.left, r.top, r.right - r.left, r.bottom - r.top);
+    if (p.showCmd == kShowMaximized) setWindowState(windowState() | Qt::WindowMaximized);
+}
+
+void MainWindow::LayOutToolWindows() {
+    // The guide, pen, layer, preview and palette windows join the frame's edges here as they
+    // are built; the frame itself keeps the centred rectangle of a first run.
+}
+
+void MainWindow::closeEvent(QCloseEvent* event) {
+    if (app_.Shutdown())
+        event->accept();
+    else
+        event->ignore();
+}
+
+}  // namespace brv

@@ -1,0 +1,73 @@
+// MDIForm1: the frame. It holds the document windows in an MDI area, shows the frame menu
+// while no document is active and the document menu while one is, and owns the status line.
+#pragma once
+
+#include <QLabel>
+#include <QMainWindow>
+#include <QMap>
+#include <QMdiArea>
+#include <QPointer>
+#include <QProgressBar>
+
+#include "app/menu_table.h"
+#include "core/settings.h"
+
+namespace brv {
+
+class Application;
+class DocumentWindow;
+
+class MainWindow : public QMainWindow {
+    Q_OBJECT
+public:
+    explicit MainWindow(Application& app);
+    ~MainWindow() override;
+
+    QSize MdiClientSize() const;
+    QMdiArea* Mdi() { return mdi_; }
+
+    QSize CreateDocumentWindow(int32_t fid, QSize outer);
+    void DestroyDocumentWindow(int32_t fid);
+    DocumentWindow* FindDocumentWindow(int32_t fid) const;
+    void ShowDocument(int32_t fid);
+    void Activate(DocumentWindow* window);
+    void RefreshActiveDocument();
+    void ArrangeDocuments(Command how);
+
+    void SetStatusText(const QString& text);
+    void ShowProgress(int32_t position, int32_t maximum);
+    void HideProgress();
+    bool ProgressCancelClicked() const { return cancelClicked_; }
+
+    // Window placements to and from the settings record.
+    void TakePlacements(SettingsRecord& settings) const;
+    void RestorePlacements(const SettingsRecord& settings);
+    // Places the tool windows along the frame's edges (none exist yet but the frame).
+    void LayOutToolWindows();
+
+    void UpdateMenuBar();
+    // The menu that the actions of a table were built into, for tests.
+    QAction* FindAction(const QString& caption) const;
+
+protected:
+    void closeEvent(QCloseEvent* event) override;
+    bool eventFilter(QObject* watched, QEvent* event) override;
+
+private:
+    void BuildMenus(std::span<const TopMenu> tables, QList<QMenu*>& out);
+    void FillRecentMenu(QMenu* menu);
+    void UpdateEnablement(QMenu* menu);
+    void OnSubWindowActivated();
+
+    Application& app_;
+    QMdiArea* mdi_ = nullptr;
+    QLabel* status_ = nullptr;
+    QProgressBar* progress_ = nullptr;
+    bool cancelClicked_ = false;
+    QList<QMenu*> frameMenus_;
+    QList<QMenu*> documentMenus_;
+    bool showingDocumentMenus_ = false;
+    QMap<int32_t, QPointer<DocumentWindow>> documents_;
+};
+
+}  // namespace brv

@@ -1,0 +1,194 @@
+#include "platform/qt_host.h"
+
+#include <QApplication>
+#include <QDir>
+#include <QFile>
+#include <QFileDialog>
+#include <QInputDialog>
+#include <QMdiSubWindow>
+#include <QMessageBox>
+#include <QStyle>
+#include <QThread>
+
+#include "platform/document_window.h"
+#include "platform/main_window.h"
+#include "platform/qt_text.h"
+
+namespace brv {
+
+namespace {
+
+QMessageBox::Icon ToQtIcon(MessageIcon icon) {
+    switch (icon) {
+        case MessageIcon::None:
+            return QMessageBox::NoIcon;
+        case MessageIcon::Information:
+            return QMessageBox::Information;
+        case MessageIcon::Exclamation:
+            return QMessageBox::Warning;
+        case MessageIcon::Critical:
+            return QMessageBox::Critical;
+        case MessageIcon::Question:
+            return QMessageBox::Question;
+    }
+    return QMessageBox::NoIcon;
+}
+
+QString Title(std::string_view title) {
+    return title.empty() ? QStringLiteral("Brivandelle") : ToQ(title);
+}
+
+}  // namespace
+
+QtHost::QtHost() {
+    clock_.start();
+}
+
+void QtHost::ShowMessage(std::string_view text, MessageIcon icon, std::string_view title) {
+    QMessageBox box(ToQtIcon(icon), Title(title), ToQ(text), QMessageBox::Ok,
+                    frame_ ? static_cast<QWidget*>(frame_) : nullptr);
+    box.exec();
+}
+
+Answer QtHost::Ask(std::string_view text, Buttons buttons, MessageIcon icon,
+                   std::string_view title) {
+    QMessageBox::StandardButtons qb = QMessageBox::Ok;
+    switch (buttons) {
+        case Buttons::Ok:
+            qb = QMessageBox::Ok;
+            break;
+        case Buttons::OkCancel:
+            qb = QMessageBox::Ok | QMessageBox::Cancel;
+            break;
+        case Buttons::YesNo:
+            qb = QMessageBox::Yes | QMessageBox::No;
+            break;
+        case Buttons::YesNoCancel:
+            qb = QMessageBox::Yes | QMessageBox::No | QMessageBox::Cancel;
+            break;
+    }
+    QMessageBox box(ToQtIcon(icon), Title(title), ToQ(text), qb,
+                    frame_ ? static_cast<QWidget*>(frame_) : nullptr);
+    switch (box.exec()) {
+        case QMessageBox::Yes:
+            return Answer::Yes;
+        case QMessageBox::No:
+            return Answer::No;
+        case QMessageBox::Ok:
+            return Answer::Ok;
+        default:
+            return Answer::Cancel;
+    }
+}
+
+std::optional<std::string> QtHost::AskText(std::string_view prompt, std::string_view initial,
+                                           std::string_view title) {
+    bool ok = false;
+    QString s = QInputDialog::getText(frame_, Title(title), ToQ(prompt), QLineEdit::Normal,
+                                      ToQ(initial), &ok);
+    if (!ok) return std::nullopt;
+    return FromQ(s);
+}
+
+QString ToQtFilter(std::string_view filter) {
+    const QStringList parts = ToQ(filter).split('|');
+    QStringList out;
+    for (qsizetype i = 0; i + 1 < parts.size(); i += 2) {
+        QString patterns = parts[i + 1];
+        patterns.replace(';', ' ');
+        out << QStringLiteral("%1 (%2)").arg(parts[i], patterns);
+    }
+    return out.join(QStringLiteral(";;"));
+}
+
+std::optional<std::string> QtHost::ChooseOpenFile(const FileDialogRequest& request) {
+    QString f = QFileDialog::getOpenFileName(frame_, ToQ(request.title), ToQ(request.initialPath),
+                                             ToQtFilter(request.filter));
+    if (f.isEmpty()) return std::nullopt;
+    return FromQ(f);
+}
+
+std::optional<std::string> QtHost::ChooseSaveFile(const FileDialogRequest& request) {
+    QString f = QFileDialog::getSaveFileName(frame_, ToQ(request.title), ToQ(request.initialPath),
+                                             ToQtFilter(request.filter));
+    if (f.isEmpty()) return std::nullopt;
+    return FromQ(f);
+}
+
+void QtHost::SetStatusText(std::string_view text) {
+    if (frame_) frame_->SetStatusText(ToQ(text));
+}
+
+void QtHost::DrawStatusProgress(int32_t position, int32_t maximum) {
+    if (frame_) frame_->ShowProgress(position, maximum);
+}
+
+void QtHost::HideStatusProgress() {
+    if (frame_) frame_->HideProgress();
+}
+
+bool QtHost::CancelClicked() {
+    return frame_ && frame_->ProgressCancelClicked();
+}
+
+double QtHost::Milliseconds() {
+    return static_cast<double>(clock_.nsecsElapsed()) / 1.0e6;
+}
+
+void QtHost::DoEvents() {
+    QApplication::processEvents(QEventLoop::AllEvents, 10);
+    QThread::msleep(1);
+}
+
+Size QtHost::FrameClientSize() {
+    if (!frame_) return {640, 480};
+    QSize s = frame_->MdiClientSize();
+    return {s.width(), s.height()};
+}
+
+int32_t QtHost::CaptionHeight() {
+    const QStyle* style = frame_ ? frame_->style() : QApplication::style();
+    return style->pixelMetric(QStyle::PM_TitleBarHeight);
+}
+
+Size QtHost::CreateDocumentWindow(int32_t fid, Size outer) {
+    if (!frame_) return outer;
+    QSize client = frame_->CreateDocumentWindow(fid, QSize(outer.width, outer.height));
+    return {client.width(), client.height()};
+}
+
+void QtHost::DestroyDocumentWindow(int32_t fid) {
+    if (frame_) frame_->DestroyDocumentWindow(fid);
+}
+
+void QtHost::SetDocumentCaption(int32_t fid, std::string_view caption) {
+    if (!frame_) return;
+    if (DocumentWindow* w = frame_->FindDocumentWindow(fid)) w->SetCaption(ToQ(caption));
+}
+
+void QtHost::FocusDocumentWindow(int32_t fid) {
+    if (!frame_) return;
+    if (DocumentWindow* w = frame_->FindDocumentWindow(fid)) frame_->Activate(w);
+}
+
+uint64_t QtHost::FreePhysicalMemory() {
+    QFile f(QStringLiteral("/proc/meminfo"));
+    if (f.open(QIODevice::ReadOnly)) {
+        for (const QByteArray& line : f.readAll().split('\n')) {
+            if (line.startsWith("MemAvailable:")) {
+                QList<QByteArray> parts = line.simplified().split(' ');
+                if (parts.size() >= 2) return parts[1].toULongLong() * 1024;
+            }
+        }
+    }
+    return uint64_t{1} << 30;
+}
+
+std::string QtHost::TempFolder() {
+    QString t = qEnvironmentVariable("TEMP");
+    if (t.isEmpty()) t = QDir::tempPath();
+    if (!t.endsWith('/')) t += '/';
+    return FromQ(t);
+}
+
+}  // namespace brv
