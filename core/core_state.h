@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <vector>
 
+#include "core/action_log.h"
 #include "core/app_paths.h"
 #include "core/document.h"
 #include "core/host.h"
@@ -23,6 +24,8 @@ struct CoreState {
     // Limits of the new image dialog; the table's own clamp is PixelBuffer::kMaxSide.
     int32_t MaxNewWidth = 2048;
     int32_t MaxNewHeight = 2048;
+    // The action recorder: the undo store keeps its lines beside each snapshot.
+    ActionRecorder Recorder;
 
     // The document of a FID when the slot is in use, else nullptr.
     DocumentRecord* Doc(int32_t fid);

@@ -13,5 +13,6 @@ inline constexpr std::string_view kAskSave = "保存しますか？";
 inline constexpr std::string_view kSavedSuffix = "を保存しました";
 inline constexpr std::string_view kTempActionWriteFailed =
     "一時アクションファイルの書きこみに失敗しました";
+inline constexpr std::string_view kLayerCombineFailed = "レイヤーの合成に失敗しました。";
 
 }  // namespace brv::msg
