@@ -31,6 +31,25 @@ std::optional<std::string> HeadlessHost::AskText(std::string_view, std::string_v
     return std::string(initial);
 }
 
+int32_t HeadlessHost::ChoosePicture(std::string_view fnm,
+                                    const std::vector<PixelBuffer>& pictures) {
+    std::fprintf(stderr, "%.*s: %zu images, taking image 1\n", static_cast<int>(fnm.size()),
+                 fnm.data(), pictures.size());
+    return 1;
+}
+
+std::optional<int32_t> HeadlessHost::AskChoice(std::string_view title,
+                                               const std::vector<std::string>& choices,
+                                               int32_t initial) {
+    if (!title.empty())
+        std::fprintf(stderr, "%.*s: ", static_cast<int>(title.size()), title.data());
+    for (size_t i = 0; i < choices.size(); ++i)
+        std::fprintf(stderr, "%s%s%s", i ? " / " : "",
+                     static_cast<int32_t>(i) == initial ? "*" : "", choices[i].c_str());
+    std::fputc('\n', stderr);
+    return initial;
+}
+
 double HeadlessHost::Milliseconds() {
     return std::chrono::duration<double, std::milli>(std::chrono::steady_clock::now() - start_)
         .count();

@@ -33,6 +33,15 @@ public:
     void DestroyDocumentWindow(int32_t) override {}
     void SetDocumentCaption(int32_t, std::string_view) override {}
     void FocusDocumentWindow(int32_t) override {}
+    void ShowProgressBox(std::string_view, int32_t, int32_t) override {}
+    void CloseProgressBox() override {}
+    // The chooser's default is the first image; the choice's is the one it starts at. Both are
+    // reported on stderr, as questions are.
+    int32_t ChoosePicture(std::string_view fnm, const std::vector<PixelBuffer>& pictures) override;
+    std::optional<int32_t> AskChoice(std::string_view title,
+                                     const std::vector<std::string>& choices,
+                                     int32_t initial) override;
+    void ShowDocumentWindow(int32_t, bool) override {}
     uint64_t FreePhysicalMemory() override;
     std::string TempFolder() override;
 

@@ -10,6 +10,9 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <vector>
+
+#include "core/pixel_buffer.h"
 
 namespace brv {
 
@@ -80,6 +83,31 @@ public:
     virtual void SetDocumentCaption(int32_t fid, std::string_view caption) = 0;
     // Gives the window the focus unless it lies off the screen.
     virtual void FocusDocumentWindow(int32_t fid) = 0;
+
+    // The open and save commands' windows. Each has a default that answers like a cancel, so
+    // a host without the window still builds; the desktop program overrides them all.
+
+    // A modal box with a caption and a progress bar (position of maximum), until closed.
+    virtual void ShowProgressBox(std::string_view /*caption*/, int32_t /*position*/,
+                                 int32_t /*maximum*/) {}
+    virtual void CloseProgressBox() {}
+    // The thumbnail chooser: pictures[i] is image i + 1 of the file, in layer order (rows
+    // top-down, straight alpha), empty where it could not be read. Returns the index picked,
+    // from 1, or 0 when cancelled.
+    virtual int32_t ChoosePicture(std::string_view /*fnm*/,
+                                  const std::vector<PixelBuffer>& /*pictures*/) {
+        return 0;
+    }
+    // One choice out of a list (an options box with radio buttons and OK / Cancel), starting
+    // at `initial`. Returns the index chosen, or nullopt when cancelled.
+    virtual std::optional<int32_t> AskChoice(std::string_view /*title*/,
+                                             const std::vector<std::string>& /*choices*/,
+                                             int32_t /*initial*/) {
+        return std::nullopt;
+    }
+    // Shows a document window made by CreateDocumentWindow: the normal show (activated), or
+    // with bQuiet only made visible.
+    virtual void ShowDocumentWindow(int32_t /*fid*/, bool /*bQuiet*/) {}
 
     // Machine facts.
     virtual uint64_t FreePhysicalMemory() = 0;  // bytes

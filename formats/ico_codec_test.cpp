@@ -6,6 +6,8 @@
 #include <random>
 #include <set>
 
+#include <sys/wait.h>
+
 #include "core/byte_io.h"
 #include "core/file_io.h"
 #include "tests/support/fake_host.h"
@@ -632,6 +634,57 @@ TEST(IconErrors, Texts) {
     EXPECT_EQ(IconC::GetError(-9), "アイコンファイルの読み込みに失敗しました。");
     EXPECT_EQ(IconC::GetError(-10), "");
     EXPECT_EQ(IconC::GetError(1), "");
+}
+
+// What we write must read back the same in other programs: Pillow and icotool, through
+// tests/data/check_icon_readers.py. Skips when Python with Pillow or icotool is missing.
+TEST(IconWriter, IndependentReadersSeeTheSamePixels) {
+    std::string python;
+    for (const char* candidate : {"/usr/bin/python3", "python3"})
+        if (std::system((std::string(candidate) + " -c 'import PIL' 2>/dev/null").c_str()) == 0) {
+            python = candidate;
+            break;
+        }
+    if (python.empty()) GTEST_SKIP() << "no Python with Pillow";
+    const std::string script = std::string(BRV_SOURCE_DIR) + "/tests/data/check_icon_readers.py";
+    TempFolder dir;
+    IconC ico;
+    auto soft = Pic(24, 20, [](int x, int y) {
+        return Bgra{static_cast<uint8_t>(x * 10), static_cast<uint8_t>(y * 12), 200,
+                    static_cast<uint8_t>(255 - x * 7 - y)};
+    });
+    auto fewColours = Pic(33, 17, [](int x, int y) {
+        return Bgra{static_cast<uint8_t>((x / 4) * 30), static_cast<uint8_t>(y % 3 * 100), 50,
+                    (x + y) % 5 ? uint8_t{255} : uint8_t{0}};
+    });
+    struct Case {
+        const char* name;
+        const PixelBuffer* pic;
+        int32_t bits;
+        int32_t depth;
+    } cases[] = {{"soft.ico", &soft, 32, 32},
+                 {"few4.cur", &fewColours, 0, 4},
+                 {"few8.ico", &fewColours, 8, 8}};
+    for (const auto& c : cases) {
+        const std::string fnm = dir.File(c.name);
+        // Other readers take the depth from the entry's bit-count field, where we write the
+        // hot spot: give the values a plain icon has there (1 plane, its depth).
+        ASSERT_EQ(ico.SaveIcon(fnm, *c.pic, 0, 1, c.depth, 0, c.bits), 0);
+        // Expected: top row first, R G B A.
+        std::vector<uint8_t> rgba;
+        for (int32_t y = c.pic->Height() - 1; y >= 0; --y)
+            for (int32_t x = 0; x < c.pic->Width(); ++x) {
+                const Bgra p = Px(*c.pic, x, y);
+                rgba.insert(rgba.end(), {p.r, p.g, p.b, p.a});
+            }
+        ASSERT_TRUE(WriteWholeFile(fnm + ".rgba", rgba));
+        const std::string cmd = python + " " + script + " " + fnm + " " + fnm + ".rgba " +
+                                std::to_string(c.pic->Width()) + " " +
+                                std::to_string(c.pic->Height());
+        const int status = std::system(cmd.c_str());
+        if (WIFEXITED(status) && WEXITSTATUS(status) == 77) GTEST_SKIP() << "icotool missing";
+        EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0) << c.name;
+    }
 }
 
 // ---------------------------------------------------------------------------------------------

@@ -76,6 +76,27 @@ void FakeHost::SetDocumentCaption(int32_t fid, std::string_view caption) {
     captions[fid] = std::string(caption);
 }
 
+void FakeHost::ShowProgressBox(std::string_view caption, int32_t position, int32_t maximum) {
+    progressBoxes.emplace_back(std::string(caption), position, maximum);
+}
+
+int32_t FakeHost::ChoosePicture(std::string_view, const std::vector<PixelBuffer>& pictures) {
+    pictureRequests.push_back(pictures);
+    if (pictureAnswers.empty()) return 0;
+    const int32_t a = pictureAnswers.front();
+    pictureAnswers.pop_front();
+    return a;
+}
+
+std::optional<int32_t> FakeHost::AskChoice(std::string_view,
+                                           const std::vector<std::string>& choices, int32_t) {
+    choiceRequests.push_back(choices);
+    if (choiceAnswers.empty()) return std::nullopt;
+    const auto a = choiceAnswers.front();
+    choiceAnswers.pop_front();
+    return a;
+}
+
 TempFolder::TempFolder() {
     static std::atomic<int> counter{0};
     const char* base = std::getenv("BRV_TEST_TMP");

@@ -11,6 +11,7 @@
 #include <map>
 #include <optional>
 #include <string>
+#include <tuple>
 #include <vector>
 
 #include "core/host.h"
@@ -29,9 +30,17 @@ public:
     std::vector<int32_t> destroyedWindows;
     std::vector<int32_t> focusedWindows;
 
+    std::vector<std::tuple<std::string, int32_t, int32_t>> progressBoxes;  // caption, pos, max
+    int progressBoxCloses = 0;
+    std::vector<std::vector<PixelBuffer>> pictureRequests;  // what each chooser was shown
+    std::vector<std::vector<std::string>> choiceRequests;
+    std::vector<std::pair<int32_t, bool>> shownWindows;  // FID, quiet
+
     // Script.
-    std::deque<Answer> answers;         // consumed one per question
-    Answer defaultAnswer = Answer::No;  // when the queue is empty
+    std::deque<int32_t> pictureAnswers;  // consumed one per chooser; 0 (cancel) when empty
+    std::deque<std::optional<int32_t>> choiceAnswers;  // nullopt (cancel) when empty
+    std::deque<Answer> answers;                        // consumed one per question
+    Answer defaultAnswer = Answer::No;                 // when the queue is empty
     std::deque<std::optional<std::string>> textAnswers;
     std::deque<std::optional<std::string>> fileAnswers;
     Size frameClient{800, 600};
@@ -64,6 +73,15 @@ public:
     void DestroyDocumentWindow(int32_t fid) override;
     void SetDocumentCaption(int32_t fid, std::string_view caption) override;
     void FocusDocumentWindow(int32_t fid) override { focusedWindows.push_back(fid); }
+    void ShowProgressBox(std::string_view caption, int32_t position, int32_t maximum) override;
+    void CloseProgressBox() override { ++progressBoxCloses; }
+    int32_t ChoosePicture(std::string_view fnm, const std::vector<PixelBuffer>& pictures) override;
+    std::optional<int32_t> AskChoice(std::string_view title,
+                                     const std::vector<std::string>& choices,
+                                     int32_t initial) override;
+    void ShowDocumentWindow(int32_t fid, bool bQuiet) override {
+        shownWindows.emplace_back(fid, bQuiet);
+    }
     uint64_t FreePhysicalMemory() override { return freeMemory; }
     std::string TempFolder() override { return tempFolder; }
 };
