@@ -1,31 +1,55 @@
-// brivandelle-cli: the program without windows.
-#include <cstdio>
+// brivandelle-cli: the program without windows, for scripts and batch work.
+#include <cstdlib>
 #include <cstring>
+#include <filesystem>
+#include <iostream>
 #include <string>
+#include <vector>
 
+#include "app/app_state.h"
+#include "app/cli_commands.h"
 #include "cli/headless_host.h"
+#include "core/app_paths.h"
+#include "core/documents.h"
+#include "core/file_io.h"
 
 namespace {
 
-void PrintUsage() {
-    std::puts(
-        "usage: brivandelle-cli COMMAND ...\n"
-        "  --version    print the version\n"
-        "Commands arrive with the codecs: dump, convert, run, batch.");
+// A private folder for what a run leaves behind (undo snapshots, moved-away files), so that
+// the CLI touches nothing beside its executable; removed at the end.
+std::string MakeRunFolder(brv::Host& host) {
+    std::string pattern = host.TempFolder() + "brivandelle-cli-XXXXXX";
+    std::vector<char> buffer(pattern.begin(), pattern.end());
+    buffer.push_back('\0');
+    if (!mkdtemp(buffer.data())) return {};
+    return std::string(buffer.data()) + "/";
 }
 
 }  // namespace
 
 int main(int argc, char** argv) {
     if (argc < 2 || std::strcmp(argv[1], "--help") == 0) {
-        PrintUsage();
+        brv::PrintCliUsage(argc < 2 ? std::cerr : std::cout);
         return argc < 2 ? 1 : 0;
     }
     if (std::strcmp(argv[1], "--version") == 0) {
-        std::puts("brivandelle-cli " BRV_VERSION);
+        std::cout << "brivandelle-cli " BRV_VERSION "\n";
         return 0;
     }
-    std::fprintf(stderr, "unknown command: %s\n", argv[1]);
-    PrintUsage();
-    return 1;
+    brv::HeadlessHost host;
+    const std::string runFolder = MakeRunFolder(host);
+    if (runFolder.empty()) {
+        std::cerr << "cannot make a folder in " << host.TempFolder() << "\n";
+        return 1;
+    }
+    brv::AppState app;
+    app.Core.Paths = brv::ComputeAppPaths(runFolder);
+    brv::MakeDirectories(app.Core.Paths.TempDir);
+    brv::InitDocTable(app.Core);
+
+    const std::vector<std::string> args(argv + 1, argv + argc);
+    const int code = brv::RunCliCommand(args, app, host, std::cout, std::cerr);
+    std::error_code ec;
+    std::filesystem::remove_all(brv::ToFsPath(runFolder), ec);
+    return code;
 }

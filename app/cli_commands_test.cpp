@@ -1,0 +1,232 @@
+#include "app/cli_commands.h"
+
+#include <gtest/gtest.h>
+
+#include <array>
+#include <cstdio>
+#include <filesystem>
+#include <sstream>
+
+#include <sys/wait.h>
+
+#include "core/documents.h"
+#include "core/file_io.h"
+#include "formats/ico_codec.h"
+#include "tests/support/fake_host.h"
+
+namespace brv {
+namespace {
+
+using testing::CorpusDir;
+using testing::FakeHost;
+using testing::TempFolder;
+
+struct CliRun {
+    int code = 0;
+    std::string out, err;
+    std::vector<std::string> messages;
+};
+
+class CliTest : public ::testing::Test {
+protected:
+    CliRun Run(std::vector<std::string> args) {
+        AppState app;
+        app.Core.Paths = ComputeAppPaths(dir.Path());
+        MakeDirectories(app.Core.Paths.TempDir);
+        InitDocTable(app.Core);
+        FakeHost host;
+        host.tempFolder = dir.Path();
+        host.defaultAnswer = Answer::Yes;
+        host.choiceAnswers = choices;
+        std::ostringstream out, err;
+        CliRun r;
+        r.code = RunCliCommand(args, app, host, out, err);
+        r.out = out.str();
+        r.err = err.str();
+        r.messages = host.messages;
+        return r;
+    }
+    // The expected picture of an image: the icon reader's, in layer order, as R G B A.
+    static std::vector<uint8_t> ExpectedRgba(const std::string& fnm, int32_t index) {
+        PixelBuffer p;
+        int32_t hx = 0, hy = 0;
+        EXPECT_GT(IconC().LoadIcon(fnm, index, p, hx, hy, false), 0);
+        std::vector<uint8_t> rgba;
+        for (int32_t y = p.Height() - 1; y >= 0; --y)
+            for (int32_t x = 0; x < p.Width(); ++x) {
+                const uint8_t* px = p.PixelPtr(x, y);
+                rgba.insert(rgba.end(), {px[2], px[1], px[0], px[3]});
+            }
+        return rgba;
+    }
+    static std::vector<uint8_t> PamPixels(const std::string& fnm, std::string* header = nullptr) {
+        const auto bytes = ReadWholeFile(fnm).value_or(std::vector<uint8_t>{});
+        const std::string text(bytes.begin(), bytes.end());
+        const size_t end = text.find("ENDHDR\n");
+        if (end == std::string::npos) return {};
+        if (header) *header = text.substr(0, end + 7);
+        return {bytes.begin() + static_cast<std::ptrdiff_t>(end + 7), bytes.end()};
+    }
+
+    TempFolder dir;
+    std::deque<std::optional<int32_t>> choices;
+};
+
+TEST(CliArguments, FileAndIndex) {
+    auto s = SplitFileIndex("a.ico:3");
+    ASSERT_TRUE(s);
+    EXPECT_EQ(s->File, "a.ico");
+    EXPECT_EQ(s->Index, 3);
+    s = SplitFileIndex("dir:x/a.ico");
+    EXPECT_EQ(s->File, "dir:x/a.ico");
+    EXPECT_EQ(s->Index, 1);
+    EXPECT_FALSE(SplitFileIndex("a.ico:0"));
+    TempFolder dir;
+    ASSERT_TRUE(WriteTextFile(dir.File("odd:2"), "x"));
+    s = SplitFileIndex(dir.File("odd:2"));  // an existing name is taken whole
+    EXPECT_EQ(s->File, dir.File("odd:2"));
+    EXPECT_EQ(s->Index, 1);
+}
+
+TEST(CliArguments, PamLayout) {
+    PixelBuffer p(2, 1);
+    p.Set(0, 0, {1, 2, 3, 4});
+    p.Set(1, 0, {5, 6, 7, 8});
+    const auto pam = EncodePam(p);
+    const std::string expected =
+        "P7\nWIDTH 2\nHEIGHT 1\nDEPTH 4\nMAXVAL 255\nTUPLTYPE RGB_ALPHA\nENDHDR\n"
+        "\x03\x02\x01\x04\x07\x06\x05\x08";
+    EXPECT_EQ(std::string(pam.begin(), pam.end()), expected);
+}
+
+TEST_F(CliTest, InfoAndRefusals) {
+    const std::string root = CorpusDir();
+    if (root.empty()) GTEST_SKIP() << "corpus not present";
+    auto r = Run({"info", root + "/ico/pillow/python.ico"});
+    EXPECT_EQ(r.code, 0);
+    EXPECT_EQ(r.out, "ico 3\n");
+    r = Run({"info", root + "/cur/winres/cursor.cur"});
+    EXPECT_EQ(r.out, "ico 5\n");
+    r = Run({"info", root + "/cur/pillow/no_cursors.cur"});
+    EXPECT_EQ(r.code, 1);
+    EXPECT_EQ(r.messages, std::vector<std::string>{"対応していないファイルです。"});
+    r = Run({"info", dir.File("missing.ico")});
+    EXPECT_EQ(r.code, 1);
+    EXPECT_EQ(r.messages, std::vector<std::string>{"そのファイルは存在しません。"});
+    ASSERT_TRUE(WriteWholeFile(dir.File("empty.ico"), {}));
+    r = Run({"info", dir.File("empty.ico")});
+    EXPECT_EQ(r.messages, std::vector<std::string>{"ファイルが存在しないか、サイズが0です。"});
+    EXPECT_EQ(r.out, "");
+    EXPECT_EQ(Run({"info"}).code, 1);
+    EXPECT_EQ(Run({"frobnicate", "x"}).code, 1);
+}
+
+TEST_F(CliTest, DumpIsTheLoadedImageTopRowFirst) {
+    const std::string root = CorpusDir();
+    if (root.empty()) GTEST_SKIP() << "corpus not present";
+    const std::string cursor = root + "/cur/winres/cursor.cur";
+    auto r = Run({"dump", cursor + ":2", dir.File("c.pam"), "--layer", "1"});
+    ASSERT_EQ(r.code, 0) << r.err;
+    EXPECT_EQ(r.out, "width 32 height 32 layers 1 hotspot 21 10\n");
+    std::string header;
+    EXPECT_EQ(PamPixels(dir.File("c.pam"), &header), ExpectedRgba(cursor, 2));
+    EXPECT_EQ(header, "P7\nWIDTH 32\nHEIGHT 32\nDEPTH 4\nMAXVAL 255\nTUPLTYPE RGB_ALPHA\nENDHDR\n");
+
+    // Without --layer the flattened picture; for one layer the alpha is the layer's.
+    r = Run({"dump", root + "/ico/pillow/python.ico", dir.File("p.pam")});
+    ASSERT_EQ(r.code, 0);
+    EXPECT_EQ(r.out, "width 16 height 16 layers 1 hotspot 1 32\n");
+    const auto flat = PamPixels(dir.File("p.pam"));
+    const auto own = ExpectedRgba(root + "/ico/pillow/python.ico", 1);
+    ASSERT_EQ(flat.size(), own.size());
+    for (size_t i = 3; i < own.size(); i += 4)
+        EXPECT_EQ(flat[i], own[i]) << i;
+
+    r = Run({"dump", root + "/ico/pillow/pillow.ico:1", dir.File("x.pam")});
+    EXPECT_EQ(r.code, 1);
+    ASSERT_EQ(r.messages.size(), 1u);
+    EXPECT_EQ(r.messages[0],
+              root + "/ico/pillow/pillow.icoを開く時のエラー：アイコンの画像の設定が不正です。");
+    EXPECT_FALSE(FileExists(dir.File("x.pam")));
+    EXPECT_EQ(Run({"dump", cursor, dir.File("x.pam"), "--layer", "2"}).code, 1);
+    EXPECT_EQ(Run({"dump", cursor + ":0", dir.File("x.pam")}).code, 1);
+}
+
+TEST_F(CliTest, ConvertSavesByExtension) {
+    const std::string root = CorpusDir();
+    if (root.empty()) GTEST_SKIP() << "corpus not present";
+    const std::string python = root + "/ico/pillow/python.ico";
+    const IconC ico;
+    PixelBuffer p;
+    int32_t hx = 0, hy = 0;
+
+    auto r = Run({"convert", python + ":3", dir.File("o.ico"), "--option", "32"});
+    ASSERT_EQ(r.code, 0) << r.err;
+    EXPECT_EQ(ico.LoadIcon(dir.File("o.ico"), 1, p, hx, hy, false), 32);
+    EXPECT_EQ(p.Width(), 48);
+
+    // Without --option the kind is asked; the host's answer is taken.
+    choices = {2};
+    r = Run({"convert", python + ":3", dir.File("o.ico")});
+    ASSERT_EQ(r.code, 0);
+    EXPECT_EQ(ico.IconCount(dir.File("o.ico")), 1);  // overwritten, the question said yes
+    EXPECT_EQ(ico.LoadIcon(dir.File("o.ico"), 1, p, hx, hy, false), 8);
+    choices = {};
+    r = Run({"convert", python + ":3", dir.File("o.ico")});
+    EXPECT_EQ(r.code, 1);  // cancelled: nothing written, the old file back
+    EXPECT_EQ(ico.LoadIcon(dir.File("o.ico"), 1, p, hx, hy, false), 8);
+    // Sixteen colours of a picture that has more: the writer refuses, the old file comes back.
+    choices = {1};
+    r = Run({"convert", python + ":3", dir.File("o.ico")});
+    EXPECT_EQ(r.code, 1);
+    EXPECT_EQ(r.messages.back(), "ファイルの変換に失敗しました。");
+    EXPECT_EQ(ico.LoadIcon(dir.File("o.ico"), 1, p, hx, hy, false), 8);
+
+    r = Run({"convert", root + "/cur/winres/cursor.cur:4", dir.File("o.cur")});
+    ASSERT_EQ(r.code, 0);
+    EXPECT_EQ(ico.LoadIcon(dir.File("o.cur"), 1, p, hx, hy, false), 4);
+    EXPECT_EQ(hx, 14);
+    EXPECT_EQ(hy, 8);
+
+    r = Run({"convert", python, dir.File("o.pam")});
+    ASSERT_EQ(r.code, 0);
+    EXPECT_EQ(PamPixels(dir.File("o.pam")).size(), 16u * 16u * 4u);
+    EXPECT_EQ(Run({"convert", python, dir.File("o.png")}).code, 1);
+}
+
+// The program itself, as a script runs it; skipped when it has not been built beside the tests.
+TEST(CliProgram, RunsOnCorpusFiles) {
+    const std::string root = CorpusDir();
+    if (root.empty()) GTEST_SKIP() << "corpus not present";
+    std::error_code ec;
+    const auto self = std::filesystem::read_symlink("/proc/self/exe", ec);
+    const auto program = self.parent_path() / "brivandelle-cli";
+    if (ec || !std::filesystem::exists(program)) GTEST_SKIP() << "brivandelle-cli not built";
+    TempFolder dir;
+    auto run = [&](const std::string& args, std::string& out) {
+        const std::string cmd = program.string() + " " + args + " 2>/dev/null";
+        FILE* pipe = popen(cmd.c_str(), "r");
+        std::array<char, 256> buffer{};
+        out.clear();
+        while (fgets(buffer.data(), buffer.size(), pipe))
+            out += buffer.data();
+        const int status = pclose(pipe);
+        return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+    };
+    std::string out;
+    EXPECT_EQ(
+        run("info '" + root + "/ico/image-rs/multiple_entries_with_different_bit_depth.ico'", out),
+        0);
+    EXPECT_EQ(out, "ico 9\n");
+    EXPECT_EQ(run("info " + dir.File("missing"), out), 1);
+    EXPECT_EQ(run("dump '" + root + "/cur/bibata/default.cur' " + dir.File("d.pam"), out), 0);
+    EXPECT_EQ(out, "width 32 height 32 layers 1 hotspot 8 5\n");
+    EXPECT_EQ(
+        run("convert '" + root + "/ico/winres/en.ico:2' " + dir.File("e.ico") + " --option 8", out),
+        0);
+    EXPECT_EQ(IconC().IconCount(dir.File("e.ico")), 1);
+    EXPECT_EQ(run("frobnicate", out), 1);
+}
+
+}  // namespace
+}  // namespace brv
