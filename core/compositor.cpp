@@ -114,31 +114,9 @@ inline void AccumulatePixel(const ActiveRow* active, size_t count, int32_t u, in
         const ActiveRow& a = active[k];
         if (u < a.lo || u > a.hi) continue;
         const uint8_t* p = a.row + size_t{4} * static_cast<size_t>(docX - a.offsetX);
-        uint32_t s = p[3];
-        if (s == 0) continue;  // adds nothing: t = d and the colour divides back to itself
-        if (d == 0) {
-            // Nothing above yet: the mix reduces to the layer's own colour.
-            b = p[0];
-            g = p[1];
-            r = p[2];
-            d = s;
-            if (d == 255) break;
-            continue;
-        }
-        uint32_t t = s + d;
-        if (t >= 255) {
-            s = 255 - d;
-            b = (b * d) / 255 + (p[0] * s) / 255;
-            g = (g * d) / 255 + (p[1] * s) / 255;
-            r = (r * d) / 255 + (p[2] * s) / 255;
-            d = 255;
-            break;  // full alpha: every layer further down gets a share of 0
-        }
-        const uint64_t m = kRecip[t];
-        b = DivSmall(b * d, m) + DivSmall(p[0] * s, m);
-        g = DivSmall(g * d, m) + DivSmall(p[1] * s, m);
-        r = DivSmall(r * d, m) + DivSmall(p[2] * s, m);
-        d = t;
+        if (p[3] == 0) continue;  // adds nothing: t = d and the colour divides back to itself
+        StepPixel(b, g, r, d, p);
+        if (d == 255) break;  // full alpha: every layer further down gets a share of 0
     }
     out[0] = static_cast<uint8_t>(b);
     out[1] = static_cast<uint8_t>(g);
@@ -229,7 +207,8 @@ BRV_AVX2 inline __m256i MixChannel(__m256i c, __m256i l, __m256i wf, __m256i wc,
     const __m256i hi = _mm256_mulhi_epu16(c, wf);
     const __m256i exact = _mm256_cmpeq_epi16(_mm256_mullo_epi16(c, wf), zero);
     const __m256i below = _mm256_mulhi_epu16(_mm256_sub_epi16(l, empty), wc);
-    // -(exact ? 0 : 1) with exact -1 or 0 is ~exact + 1 - 1 ... that is, ~exact.
+    // ceil(c * wf / 65536) is hi, plus 1 unless the low half is 0; exact is -1 where it is 0
+    // and 0 elsewhere, so minus that ceiling is -hi + ~exact.
     return _mm256_add_epi16(
         _mm256_sub_epi16(c, hi),
         _mm256_add_epi16(below, _mm256_xor_si256(exact, _mm256_set1_epi16(-1))));
