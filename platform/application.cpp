@@ -6,8 +6,10 @@
 
 #include "core/documents.h"
 #include "core/file_io.h"
+#include "core/layer_ops.h"
 #include "core/messages.h"
 #include "core/settings.h"
+#include "core/undo_store.h"
 #include "platform/main_window.h"
 #include "platform/new_image_dialog.h"
 #include "platform/qt_text.h"
@@ -45,6 +47,16 @@ bool Application::IsAvailable(Command command) {
         case Command::ClearRecent:
         case Command::Exit:
         case Command::Settings:
+        case Command::Undo:
+        case Command::Redo:
+        case Command::LayerAdd:
+        case Command::LayerDelete:
+        case Command::LayerCopy:
+        case Command::LayerUp:
+        case Command::LayerDown:
+        case Command::LayerCombine:
+        case Command::LayerReflectMove:
+        case Command::LayerCombineAll:
         case Command::Hotspot:
         case Command::GridToggle:
         case Command::GridSnap:
@@ -79,6 +91,18 @@ void Application::RunCommand(Command command, double argument, const std::string
             break;
         case Command::Settings:
             ShowSettingsCommand();
+            break;
+        case Command::Undo:
+        case Command::Redo:
+        case Command::LayerAdd:
+        case Command::LayerDelete:
+        case Command::LayerCopy:
+        case Command::LayerUp:
+        case Command::LayerDown:
+        case Command::LayerCombine:
+        case Command::LayerReflectMove:
+        case Command::LayerCombineAll:
+            if (doc) RunLayerCommand(command, core.ActiveFID);
             break;
         case Command::Hotspot:
             if (doc) doc->ShowHotspot = doc->ShowHotspot ? kNo : kYes;
@@ -135,15 +159,67 @@ int32_t Application::NewImageCommand() {
 int32_t Application::NewDocumentAndShow(int32_t width, int32_t height) {
     int32_t fid = NewDocument(state_.Core, host_, width, height);
     if (fid <= 0) return 0;
+    DocumentRecord& doc = state_.Core.Docs[static_cast<size_t>(fid)];
+    doc.ActiveLID = doc.LayerCount();
+    state_.Core.ActiveFID = fid;
+    // The first snapshot is the base state that undo never goes behind.
+    SaveUndo(state_.Core, host_, fid);
+    doc.Modified = kNo;
     SetDocumentTitle(state_.Core, host_, fid, "", 0);
     frame_->ShowDocument(fid);
-    state_.Core.ActiveFID = fid;
     return fid;
 }
 
 void Application::CloseDocumentCommand(int32_t fid) {
     CloseDocument(state_.Core, host_, fid, [this](int32_t f) { SaveAsCommand(f); });
     frame_->UpdateMenuBar();
+}
+
+void Application::RunLayerCommand(Command command, int32_t fid) {
+    CoreState& core = state_.Core;
+    DocumentRecord& doc = core.Docs[static_cast<size_t>(fid)];
+    brv::Host& host = host_;
+    bool changed = true;
+    switch (command) {
+        case Command::Undo:
+            changed = false;
+            Undo(core, fid);
+            break;
+        case Command::Redo:
+            changed = false;
+            Redo(core, fid);
+            break;
+        case Command::LayerAdd:
+            LayerAdd(core, fid);
+            break;
+        case Command::LayerDelete:
+            changed = LayerDelete(core, fid) == 0;
+            break;
+        case Command::LayerCopy:
+            LayerCopy(core, fid);
+            break;
+        case Command::LayerUp:
+        case Command::LayerDown: {
+            const int32_t to =
+                command == Command::LayerUp ? LayerUpTarget(doc) : LayerDownTarget(doc);
+            changed = false;  // the move takes its own undo point
+            if (to > 0) LayerChangePos(core, host, fid, doc.ActiveLID, to, false);
+            break;
+        }
+        case Command::LayerCombine:
+            changed = LayerCombine(core, host, fid, 0, true) == 0;
+            break;
+        case Command::LayerReflectMove:
+            changed = ReflectLayerPos(core, fid, doc.ActiveLID) == 0;
+            break;
+        case Command::LayerCombineAll:
+            LayerCombineAll(core, host, fid);
+            break;
+        default:
+            return;
+    }
+    if (changed) SaveUndo(core, host, fid);
+    frame_->RefreshActiveDocument();
 }
 
 void Application::SaveAsCommand(int32_t fid) {

@@ -46,6 +46,8 @@ public:
 
 private:
     void SaveAsCommand(int32_t fid);
+    // Undo, redo and the layer menu on a document, with the undo point and the refresh.
+    void RunLayerCommand(Command command, int32_t fid);
 
     AppState state_;
     QtHost host_;

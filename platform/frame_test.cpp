@@ -118,6 +118,33 @@ private slots:
         QCOMPARE(app.Frame().menuBar()->actions().size(), 4);
     }
 
+    void LayerCommandsTakeUndoPointsAndUndoTakesThemBack() {
+        testing::TempFolder dir;
+        Application app(dir.Path(), Screen());
+        app.Start("");
+        app.State().Core.Settings.AskOnClose = 0;
+        app.Frame().activateWindow();
+        QVERIFY(QTest::qWaitForWindowActive(&app.Frame()));
+        const int32_t fid = app.NewDocumentAndShow(8, 8);
+        const DocumentRecord& doc = *app.State().Core.Doc(fid);
+        QCOMPARE(doc.UndoPos, 1);
+        QCOMPARE(doc.Modified, kNo);
+        app.Frame().FindAction(QStringLiteral("レイヤーを増やす(&A)"))->trigger();
+        app.Frame().FindAction(QStringLiteral("レイヤーを増やす(&A)"))->trigger();
+        QCOMPARE(doc.LayerCount(), 3);
+        QCOMPARE(doc.UndoPos, 3);
+        // The hand-made shortcut of the caption moves the active top layer down.
+        QTest::keyClick(&app.Frame(), Qt::Key_Down, Qt::ControlModifier);
+        QCOMPARE(doc.ActiveLID, 2);
+        QCOMPARE(doc.UndoPos, 4);
+        QTest::keyClick(&app.Frame(), Qt::Key_Z, Qt::ControlModifier);
+        QTest::keyClick(&app.Frame(), Qt::Key_Z, Qt::ControlModifier);
+        QCOMPARE(doc.LayerCount(), 2);
+        QCOMPARE(doc.UndoPos, 2);
+        QTest::keyClick(&app.Frame(), Qt::Key_R, Qt::ControlModifier);
+        QCOMPARE(doc.LayerCount(), 3);
+    }
+
     void SettingsDialogChecksRangesAndKeepsTheCopyUntilOk() {
         SettingsRecord s = DefaultSettings();
         SettingDialog dialog(s, nullptr);

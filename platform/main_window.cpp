@@ -6,6 +6,7 @@
 #include <QMenuBar>
 #include <QMouseEvent>
 #include <QScreen>
+#include <QShortcut>
 #include <QStatusBar>
 #include <QStyle>
 #include <QWindow>
@@ -92,6 +93,7 @@ void MainWindow::BuildMenus(std::span<const TopMenu> tables, QList<QMenu*>& out)
                     }
                     a->setData(QVariant::fromValue(ActionData{e.command, e.argument}));
                     a->setEnabled(Application::IsAvailable(e.command));
+                    AddCaptionShortcut(a, e);
                     const std::string caption(e.caption);
                     const Command command = e.command;
                     const double argument = e.argument;
@@ -103,7 +105,36 @@ void MainWindow::BuildMenus(std::span<const TopMenu> tables, QList<QMenu*>& out)
             }
         }
         connect(root, &QMenu::aboutToShow, this, [this, root] { UpdateEnablement(root); });
+        // Closed menus leave every available command on, so that a shortcut pressed later
+        // reaches its command, which checks the document's state itself.
+        connect(root, &QMenu::aboutToHide, this, [root] { ResetEnablement(root); });
     }
+}
+
+void MainWindow::ResetEnablement(QMenu* menu) {
+    for (QAction* a : menu->actions()) {
+        if (a->menu()) ResetEnablement(a->menu());
+        if (a->data().canConvert<ActionData>())
+            a->setEnabled(Application::IsAvailable(a->data().value<ActionData>().command));
+    }
+}
+
+void MainWindow::AddCaptionShortcut(QAction* action, const MenuEntry& entry) {
+    if (!entry.shortcut.empty()) return;
+    const QString caption = ToQ(entry.caption);
+    const qsizetype tab = caption.indexOf('\t');
+    if (tab < 0) return;
+    QString keys = caption.mid(tab + 1).trimmed();
+    keys.replace(QStringLiteral("↑"), QStringLiteral("Up"));
+    keys.replace(QStringLiteral("↓"), QStringLiteral("Down"));
+    const QKeySequence sequence(keys);
+    if (sequence.isEmpty()) return;
+    auto* shortcut = new QShortcut(sequence, this);
+    shortcut->setContext(Qt::ApplicationShortcut);
+    connect(shortcut, &QShortcut::activated, action, [action] {
+        if (action->isEnabled()) action->trigger();
+    });
+    shortcuts_.push_back(shortcut);
 }
 
 void MainWindow::FillRecentMenu(QMenu* menu) {

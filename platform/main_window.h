@@ -8,6 +8,7 @@
 #include <QMdiArea>
 #include <QPointer>
 #include <QProgressBar>
+#include <QShortcut>
 
 #include "app/menu_table.h"
 #include "core/settings.h"
@@ -57,6 +58,8 @@ private:
     void BuildMenus(std::span<const TopMenu> tables, QList<QMenu*>& out);
     void FillRecentMenu(QMenu* menu);
     void UpdateEnablement(QMenu* menu);
+    static void ResetEnablement(QMenu* menu);
+    void AddCaptionShortcut(QAction* action, const MenuEntry& entry);
     void OnSubWindowActivated();
 
     Application& app_;
@@ -68,6 +71,7 @@ private:
     QList<QMenu*> documentMenus_;
     bool showingDocumentMenus_ = false;
     QMap<int32_t, QPointer<DocumentWindow>> documents_;
+    QList<QShortcut*> shortcuts_;  // the hand-made ones named in captions
 };
 
 }  // namespace brv
