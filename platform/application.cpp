@@ -10,6 +10,7 @@
 #include "core/messages.h"
 #include "core/settings.h"
 #include "core/undo_store.h"
+#include "core/view_render.h"
 #include "platform/main_window.h"
 #include "platform/new_image_dialog.h"
 #include "platform/qt_text.h"
@@ -21,6 +22,8 @@ Application::Application(std::string appFolder, const ScreenMetrics& screen) {
     report_ = StartApplication(state_, appFolder, screen);
     frame_ = std::make_unique<MainWindow>(*this);
     host_.AttachFrame(frame_.get());
+    files_ = std::make_unique<FileCommands>(state_, host_);
+    files_->RefreshWindows = [this](int32_t fid) { frame_->RefreshToolWindows(fid); };
 }
 
 Application::~Application() {
@@ -44,6 +47,12 @@ void Application::Start(const std::string& commandLine) {
 bool Application::IsAvailable(Command command) {
     switch (command) {
         case Command::NewImage:
+        case Command::Open:
+        case Command::RecentFile:
+        case Command::Save:
+        case Command::SaveAs:
+        case Command::ZoomRelative:
+        case Command::ZoomAbsolute:
         case Command::ClearRecent:
         case Command::Exit:
         case Command::Settings:
@@ -75,13 +84,28 @@ bool Application::IsAvailable(Command command) {
 }
 
 void Application::RunCommand(Command command, double argument, const std::string& caption) {
-    (void)argument;
     (void)caption;
     CoreState& core = state_.Core;
     DocumentRecord* doc = core.Doc(core.ActiveFID);
     switch (command) {
         case Command::NewImage:
             NewImageCommand();
+            break;
+        case Command::Open:
+            files_->OpenFileDialog(0);
+            break;
+        case Command::Save:
+            if (doc) files_->SaveFile(core.ActiveFID);
+            break;
+        case Command::SaveAs:
+            if (doc) files_->SaveAs(core.ActiveFID);
+            break;
+        case Command::ZoomRelative:
+        case Command::ZoomAbsolute:
+            if (doc) {
+                ZoomChange(*doc, argument, command == Command::ZoomRelative);
+                frame_->RefreshActiveDocument();
+            }
             break;
         case Command::ClearRecent:
             ClearRecentFiles(core.Paths.UseFileList);
@@ -159,14 +183,7 @@ int32_t Application::NewImageCommand() {
 int32_t Application::NewDocumentAndShow(int32_t width, int32_t height) {
     int32_t fid = NewDocument(state_.Core, host_, width, height);
     if (fid <= 0) return 0;
-    DocumentRecord& doc = state_.Core.Docs[static_cast<size_t>(fid)];
-    doc.ActiveLID = doc.LayerCount();
-    state_.Core.ActiveFID = fid;
-    // The first snapshot is the base state that undo never goes behind.
-    SaveUndo(state_.Core, host_, fid);
-    doc.Modified = kNo;
-    SetDocumentTitle(state_.Core, host_, fid, "", 0);
-    frame_->ShowDocument(fid);
+    files_->ShowDocument(fid, 0);
     return fid;
 }
 
@@ -223,11 +240,15 @@ void Application::RunLayerCommand(Command command, int32_t fid) {
 }
 
 void Application::SaveAsCommand(int32_t fid) {
-    (void)fid;  // the save commands arrive with the file formats
+    files_->SaveAs(fid);
 }
 
 void Application::OpenFileCommand(const std::string& path) {
-    (void)path;  // the open command arrives with the file formats
+    files_->OpenFile(path, 0);
+}
+
+void Application::OpenDroppedFiles(const std::vector<std::string>& files) {
+    files_->OpenDroppedFiles(files);
 }
 
 void Application::ShowSettingsCommand() {

@@ -7,6 +7,7 @@
 #include <string>
 
 #include "app/app_state.h"
+#include "app/file_commands.h"
 #include "app/menu_table.h"
 #include "app/startup.h"
 #include "platform/qt_host.h"
@@ -41,6 +42,8 @@ public:
     void CloseDocumentCommand(int32_t fid);
     void ShowSettingsCommand();
     void OpenFileCommand(const std::string& path);
+    void OpenDroppedFiles(const std::vector<std::string>& files);
+    FileCommands& Files() { return *files_; }
     // The end of the program; false when a window refused to close.
     bool Shutdown();
 
@@ -53,6 +56,7 @@ private:
     QtHost host_;
     StartupReport report_;
     std::unique_ptr<MainWindow> frame_;
+    std::unique_ptr<FileCommands> files_;
     bool shutDown_ = false;
 };
 

@@ -1,12 +1,21 @@
 // Form1: the window of one document inside the frame. It knows its document only by FID; once
 // the document is closed the window is detached (FID 0) and late events find nothing.
+//
+// The picture comes from the view logic: RedrawAll composites what the canvas shows and
+// RedrawDirty a changed rectangle of it; the window only draws the block and its overlays.
 #pragma once
 
+#include <QImage>
+#include <QScrollBar>
 #include <QWidget>
+#include <optional>
+
+#include "core/view_render.h"
 
 namespace brv {
 
 class Application;
+class DocumentCanvas;
 
 class DocumentWindow : public QWidget {
     Q_OBJECT
@@ -17,14 +26,54 @@ public:
     void Detach() { fid_ = 0; }
     void SetCaption(const QString& caption);
 
+    // The client area of the document: the canvas without the scroll bars.
+    QSize ClientSize() const;
+    // Composites the whole view anew (after a zoom, scroll, resize or a structural change).
+    void RedrawAll();
+    // Composites a changed rectangle of the document, in document pixels.
+    void RedrawDirty(RectI dirty);
+    // The timer's overlays for this window (ants and hot spot).
+    void SetTimerFrame(const TimerFrame& frame);
+
+    DocumentCanvas* Canvas() { return canvas_; }
+    const ViewFrame& Frame() const { return frame_; }
+    const QImage& Block() const { return block_; }
+    const TimerFrame& Overlay() const { return overlay_; }
+
 protected:
-    void paintEvent(QPaintEvent* event) override;
     void resizeEvent(QResizeEvent* event) override;
     void closeEvent(QCloseEvent* event) override;
 
 private:
+    void LayOut();
+    void SyncScrollBars();
+    void OnScroll();
+    void TakeFrame(const ViewFrame& frame);
+
     Application& app_;
     int32_t fid_ = 0;
+    DocumentCanvas* canvas_ = nullptr;
+    QScrollBar* hbar_ = nullptr;
+    QScrollBar* vbar_ = nullptr;
+    bool syncing_ = false;
+    ViewFrame frame_;
+    QImage block_;  // ViewPixels turned top-down
+    TimerFrame overlay_;
+};
+
+// The drawing surface of a document window; it also reports the pointer to the status line.
+class DocumentCanvas : public QWidget {
+    Q_OBJECT
+public:
+    DocumentCanvas(Application& app, DocumentWindow& window);
+
+protected:
+    void paintEvent(QPaintEvent* event) override;
+    void mouseMoveEvent(QMouseEvent* event) override;
+
+private:
+    Application& app_;
+    DocumentWindow& window_;
 };
 
 }  // namespace brv

@@ -1,14 +1,18 @@
 #include "platform/main_window.h"
 
 #include <QCloseEvent>
+#include <QDragEnterEvent>
+#include <QDropEvent>
 #include <QGuiApplication>
 #include <QMdiSubWindow>
 #include <QMenuBar>
+#include <QMimeData>
 #include <QMouseEvent>
 #include <QScreen>
 #include <QShortcut>
 #include <QStatusBar>
 #include <QStyle>
+#include <QUrl>
 #include <QWindow>
 
 #include "core/settings.h"
@@ -51,6 +55,12 @@ MainWindow::MainWindow(Application& app) : app_(app) {
     progress_->installEventFilter(this);
     statusBar()->addWidget(status_, 1);
     statusBar()->addPermanentWidget(progress_);
+
+    setAcceptDrops(true);
+    tick_ = new QTimer(this);
+    tick_->setInterval(150);
+    connect(tick_, &QTimer::timeout, this, &MainWindow::OnTick);
+    tick_->start();
 
     BuildMenus(FrameMenus(), frameMenus_);
     BuildMenus(DocumentMenus(), documentMenus_);
@@ -252,7 +262,12 @@ QSize MainWindow::CreateDocumentWindow(int32_t fid, QSize outer) {
     sub->setAttribute(Qt::WA_DeleteOnClose, false);
     sub->resize(outer);
     documents_[fid] = view;
-    return view->size();
+    // The child is laid out only when the window shows; its client area is the outer size
+    // less the caption and the frame.
+    const int border = sub->style()->pixelMetric(QStyle::PM_MdiSubWindowFrameWidth, nullptr, sub);
+    const int caption = sub->style()->pixelMetric(QStyle::PM_TitleBarHeight, nullptr, sub);
+    return QSize(std::max(1, outer.width() - 2 * border),
+                 std::max(1, outer.height() - caption - border));
 }
 
 void MainWindow::DestroyDocumentWindow(int32_t fid) {
@@ -279,6 +294,10 @@ void MainWindow::ShowDocument(int32_t fid) {
     Activate(view);
 }
 
+void MainWindow::ShowDocumentQuietly(int32_t fid) {
+    if (DocumentWindow* view = FindDocumentWindow(fid)) view->parentWidget()->setVisible(true);
+}
+
 void MainWindow::Activate(DocumentWindow* window) {
     if (auto* sub = qobject_cast<QMdiSubWindow*>(window->parentWidget())) {
         mdi_->setActiveSubWindow(sub);
@@ -293,10 +312,42 @@ void MainWindow::OnSubWindowActivated() {
         }
     }
     UpdateMenuBar();
+    RefreshToolWindows(app_.State().Core.ActiveFID);
 }
 
 void MainWindow::RefreshActiveDocument() {
-    if (DocumentWindow* view = FindDocumentWindow(app_.State().Core.ActiveFID)) view->update();
+    const int32_t fid = app_.State().Core.ActiveFID;
+    if (DocumentWindow* view = FindDocumentWindow(fid)) view->RedrawAll();
+    RefreshToolWindows(fid);
+}
+
+void MainWindow::RefreshToolWindows(int32_t fid) {
+    (void)fid;  // the guide and layer windows join here
+}
+
+void MainWindow::OnTick() {
+    const CoreState& core = app_.State().Core;
+    const DocumentRecord* doc = core.Doc(core.ActiveFID);
+    TimerFrame frame = TimerTick(timer_, doc);
+    DocumentWindow* view = FindDocumentWindow(core.ActiveFID);
+    if (!view) return;
+    // Only a selection or a shown hot spot moves; a still window is left alone.
+    if (!frame.Ants.empty() || frame.Hotspot || !view->Overlay().Ants.empty() ||
+        view->Overlay().Hotspot)
+        view->SetTimerFrame(frame);
+}
+
+void MainWindow::dragEnterEvent(QDragEnterEvent* event) {
+    if (event->mimeData()->hasUrls()) event->acceptProposedAction();
+}
+
+void MainWindow::dropEvent(QDropEvent* event) {
+    std::vector<std::string> files;
+    for (const QUrl& url : event->mimeData()->urls())
+        if (url.isLocalFile()) files.push_back(FromQ(url.toLocalFile()));
+    if (files.empty()) return;
+    event->acceptProposedAction();
+    app_.OpenDroppedFiles(files);
 }
 
 void MainWindow::ArrangeDocuments(Command how) {

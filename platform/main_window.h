@@ -9,9 +9,11 @@
 #include <QPointer>
 #include <QProgressBar>
 #include <QShortcut>
+#include <QTimer>
 
 #include "app/menu_table.h"
 #include "core/settings.h"
+#include "core/view_render.h"
 
 namespace brv {
 
@@ -32,7 +34,12 @@ public:
     DocumentWindow* FindDocumentWindow(int32_t fid) const;
     void ShowDocument(int32_t fid);
     void Activate(DocumentWindow* window);
+    // Recomposites the active document's whole view and the tool windows that show it.
     void RefreshActiveDocument();
+    // The guide and layer windows after a change of the document (0: none).
+    void RefreshToolWindows(int32_t fid);
+    ViewTimer& Timer() { return timer_; }
+    void ShowDocumentQuietly(int32_t fid);
     void ArrangeDocuments(Command how);
 
     void SetStatusText(const QString& text);
@@ -51,6 +58,8 @@ public:
     QAction* FindAction(const QString& caption) const;
 
 protected:
+    void dragEnterEvent(QDragEnterEvent* event) override;
+    void dropEvent(QDropEvent* event) override;
     void closeEvent(QCloseEvent* event) override;
     bool eventFilter(QObject* watched, QEvent* event) override;
 
@@ -61,6 +70,7 @@ private:
     static void ResetEnablement(QMenu* menu);
     void AddCaptionShortcut(QAction* action, const MenuEntry& entry);
     void OnSubWindowActivated();
+    void OnTick();
 
     Application& app_;
     QMdiArea* mdi_ = nullptr;
@@ -71,7 +81,9 @@ private:
     QList<QMenu*> documentMenus_;
     bool showingDocumentMenus_ = false;
     QMap<int32_t, QPointer<DocumentWindow>> documents_;
-    QList<QShortcut*> shortcuts_;  // the hand-made ones named in captions
+    QList<QShortcut*> shortcuts_;
+    ViewTimer timer_;
+    QTimer* tick_ = nullptr;  // the hand-made ones named in captions
 };
 
 }  // namespace brv

@@ -1,17 +1,22 @@
 #include "platform/qt_host.h"
 
 #include <QApplication>
+#include <QButtonGroup>
+#include <QDialogButtonBox>
 #include <QDir>
 #include <QFile>
 #include <QFileDialog>
 #include <QInputDialog>
 #include <QMdiSubWindow>
 #include <QMessageBox>
+#include <QRadioButton>
 #include <QStyle>
 #include <QThread>
+#include <QVBoxLayout>
 
 #include "platform/document_window.h"
 #include "platform/main_window.h"
+#include "platform/picture_chooser.h"
 #include "platform/qt_text.h"
 
 namespace brv {
@@ -189,6 +194,60 @@ std::string QtHost::TempFolder() {
     if (t.isEmpty()) t = QDir::tempPath();
     if (!t.endsWith('/')) t += '/';
     return FromQ(t);
+}
+
+void QtHost::ShowProgressBox(std::string_view caption, int32_t position, int32_t maximum) {
+    if (!progressBox_) {
+        progressBox_ = std::make_unique<QProgressDialog>(frame_);
+        progressBox_->setWindowModality(Qt::WindowModal);
+        progressBox_->setCancelButton(nullptr);
+        progressBox_->setMinimumDuration(0);
+    }
+    progressBox_->setWindowTitle(ToQ(caption));
+    progressBox_->setLabelText(ToQ(caption));
+    progressBox_->setMaximum(std::max(maximum, 1));
+    progressBox_->setValue(std::clamp(position, 0, std::max(maximum, 1)));
+    progressBox_->show();
+    QApplication::processEvents(QEventLoop::ExcludeUserInputEvents);
+}
+
+void QtHost::CloseProgressBox() {
+    progressBox_.reset();
+}
+
+int32_t QtHost::ChoosePicture(std::string_view fnm, const std::vector<PixelBuffer>& pictures) {
+    PictureChooser chooser(ToQ(fnm), pictures, frame_);
+    if (chooser.exec() != QDialog::Accepted) return 0;
+    return chooser.ChosenIndex();
+}
+
+std::optional<int32_t> QtHost::AskChoice(std::string_view title,
+                                         const std::vector<std::string>& choices, int32_t initial) {
+    QDialog dialog(frame_);
+    dialog.setWindowTitle(Title(title));
+    auto* layout = new QVBoxLayout(&dialog);
+    auto* group = new QButtonGroup(&dialog);
+    for (size_t i = 0; i < choices.size(); ++i) {
+        auto* radio = new QRadioButton(ToQ(choices[i]), &dialog);
+        radio->setChecked(static_cast<int32_t>(i) == initial);
+        group->addButton(radio, static_cast<int>(i));
+        layout->addWidget(radio);
+    }
+    auto* buttons = new QDialogButtonBox(QDialogButtonBox::Ok | QDialogButtonBox::Cancel, &dialog);
+    layout->addWidget(buttons);
+    QObject::connect(buttons, &QDialogButtonBox::accepted, &dialog, &QDialog::accept);
+    QObject::connect(buttons, &QDialogButtonBox::rejected, &dialog, &QDialog::reject);
+    if (dialog.exec() != QDialog::Accepted || group->checkedId() < 0) return std::nullopt;
+    return group->checkedId();
+}
+
+void QtHost::ShowDocumentWindow(int32_t fid, bool bQuiet) {
+    if (!frame_) return;
+    if (bQuiet)
+        frame_->ShowDocumentQuietly(fid);
+    else
+        frame_->ShowDocument(fid);
+    if (DocumentWindow* w = frame_->FindDocumentWindow(fid)) w->RedrawAll();
 }
 
 }  // namespace brv

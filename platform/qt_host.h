@@ -2,6 +2,8 @@
 #pragma once
 
 #include <QElapsedTimer>
+#include <QProgressDialog>
+#include <memory>
 
 #include "core/host.h"
 
@@ -36,10 +38,18 @@ public:
     void FocusDocumentWindow(int32_t fid) override;
     uint64_t FreePhysicalMemory() override;
     std::string TempFolder() override;
+    void ShowProgressBox(std::string_view caption, int32_t position, int32_t maximum) override;
+    void CloseProgressBox() override;
+    int32_t ChoosePicture(std::string_view fnm, const std::vector<PixelBuffer>& pictures) override;
+    std::optional<int32_t> AskChoice(std::string_view title,
+                                     const std::vector<std::string>& choices,
+                                     int32_t initial) override;
+    void ShowDocumentWindow(int32_t fid, bool bQuiet) override;
 
 private:
     MainWindow* frame_ = nullptr;
     QElapsedTimer clock_;
+    std::unique_ptr<QProgressDialog> progressBox_;
 };
 
 // "desc|*.a;*.b|desc2|*.c" to Qt's "desc (*.a *.b);;desc2 (*.c)".
