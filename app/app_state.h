@@ -5,6 +5,7 @@
 
 #include "colour/palette.h"
 #include "core/core_state.h"
+#include "tools/freehand.h"
 
 namespace brv {
 
@@ -13,6 +14,8 @@ struct AppState {
     Palette CurrentPalette;
     // Set while the pattern libraries are being read, so that the loader stays quiet.
     bool LoadingLibrary = false;
+    // The canvas's drag state, one for the whole program.
+    FreehandState Freehand;
 };
 
 }  // namespace brv

@@ -33,9 +33,10 @@ Application::~Application() {
 
 void Application::Start(const std::string& commandLine) {
     frame_->RestorePlacements(state_.Core.Settings);
-    if (report_.FirstRun) frame_->LayOutToolWindows();
     state_.Core.ActiveFID = 0;
     frame_->show();
+    if (report_.FirstRun || frame_->ToolLayoutPending()) frame_->LayOutToolWindows();
+    frame_->RefreshToolWindows(0);
     if (!commandLine.empty()) {
         OpenCommandLine(host_, commandLine,
                         [this](const std::string& path) { OpenFileCommand(path); });
@@ -75,6 +76,11 @@ bool Application::IsAvailable(Command command) {
         case Command::TileSideBySide:
         case Command::MinimizeAll:
         case Command::RestoreAll:
+        case Command::ToggleGuideWindow:
+        case Command::ToggleLayerWindow:
+        case Command::ShowAllToolWindows:
+        case Command::HideAllToolWindows:
+        case Command::LayOutToolWindows:
         case Command::Help:
         case Command::About:
             return true;
@@ -161,6 +167,17 @@ void Application::RunCommand(Command command, double argument, const std::string
         case Command::MinimizeAll:
         case Command::RestoreAll:
             frame_->ArrangeDocuments(command);
+            break;
+        case Command::ToggleGuideWindow:
+        case Command::ToggleLayerWindow:
+            frame_->ToggleToolWindow(command);
+            break;
+        case Command::ShowAllToolWindows:
+        case Command::HideAllToolWindows:
+            frame_->ShowAllToolWindows(command == Command::ShowAllToolWindows);
+            break;
+        case Command::LayOutToolWindows:
+            frame_->LayOutToolWindows();
             break;
         case Command::Help:
             QDesktopServices::openUrl(QUrl::fromLocalFile(ToQ(core.Paths.HelpDir + "index.htm")));

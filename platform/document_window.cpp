@@ -8,6 +8,7 @@
 #include "core/compositor.h"
 #include "core/documents.h"
 #include "core/sprites.h"
+#include "core/undo_store.h"
 #include "platform/application.h"
 #include "platform/main_window.h"
 
@@ -204,12 +205,84 @@ void DocumentCanvas::paintEvent(QPaintEvent*) {
     }
 }
 
+namespace {
+
+int32_t ButtonsOf(Qt::MouseButtons buttons) {
+    return (buttons & Qt::LeftButton ? kLeftButton : 0) |
+           (buttons & Qt::RightButton ? kRightButton : 0);
+}
+
+// Shift, Ctrl and Alt as 1, 2 and 4.
+int32_t ShiftOf(Qt::KeyboardModifiers m) {
+    return (m & Qt::ShiftModifier ? 1 : 0) | (m & Qt::ControlModifier ? 2 : 0) |
+           (m & Qt::AltModifier ? 4 : 0);
+}
+
+}  // namespace
+
+PaintContext DocumentCanvas::Context() {
+    AppState& s = app_.State();
+    // The graphic pens' pictures join with the pattern libraries.
+    return PaintContext{s.Core, s.Freehand, [](int32_t) -> const PixelBuffer* { return nullptr; }};
+}
+
+void DocumentCanvas::mousePressEvent(QMouseEvent* event) {
+    const int32_t fid = window_.Fid();
+    if (!app_.State().Core.Doc(fid)) return;
+    app_.State().Core.ActiveFID = fid;
+    penIsDown_ = true;
+    const QPointF pos = event->position();
+    const ScreenMetrics& screen = app_.State().Core.Screen;
+    Carry(PenStep(Context(), fid, ButtonsOf(event->button()), ShiftOf(event->modifiers()),
+                  pos.x() * screen.TwipsPerPixelX, pos.y() * screen.TwipsPerPixelY,
+                  app_.Host().Milliseconds()),
+          pos);
+}
+
 void DocumentCanvas::mouseMoveEvent(QMouseEvent* event) {
+    const QPointF pos = event->position();
+    ShowPointer(pos);
+    if (!penIsDown_) return;
+    const int32_t fid = window_.Fid();
+    if (!app_.State().Core.Doc(fid)) return;
+    const ScreenMetrics& screen = app_.State().Core.Screen;
+    Carry(CanvasDrag(Context(), fid, ButtonsOf(event->buttons()), ShiftOf(event->modifiers()),
+                     pos.x() * screen.TwipsPerPixelX, pos.y() * screen.TwipsPerPixelY,
+                     app_.Host().Milliseconds()),
+          pos);
+}
+
+void DocumentCanvas::mouseReleaseEvent(QMouseEvent* event) {
+    if (!penIsDown_) return;
+    penIsDown_ = false;
+    const int32_t fid = window_.Fid();
+    if (!app_.State().Core.Doc(fid)) return;
+    const QPointF pos = event->position();
+    const ScreenMetrics& screen = app_.State().Core.Screen;
+    Carry(CanvasUp(Context(), fid, ButtonsOf(event->button()), ShiftOf(event->modifiers()),
+                   pos.x() * screen.TwipsPerPixelX, pos.y() * screen.TwipsPerPixelY,
+                   app_.Host().Milliseconds()),
+          pos);
+}
+
+void DocumentCanvas::Carry(const CanvasActions& a, QPointF pos) {
+    const int32_t fid = window_.Fid();
+    if (a.RedrawAll || a.FullRefresh || a.UpdateScrollBars)
+        window_.RedrawAll();
+    else if (a.RefreshRect)
+        window_.RedrawDirty(*a.RefreshRect);
+    if (a.SaveUndo) SaveUndo(app_.State().Core, app_.Host(), fid);
+    if (a.RefreshRect || a.RefreshLayerWindow || a.SaveUndo || a.FullRefresh)
+        app_.Frame().RefreshToolWindows(fid);
+    if (a.DefaultCursor) unsetCursor();
+    if (a.OpenContextMenu) app_.Frame().ShowCanvasMenu(mapToGlobal(pos.toPoint()));
+}
+
+void DocumentCanvas::ShowPointer(QPointF pos) {
     const CoreState& core = app_.State().Core;
     const int32_t fid = window_.Fid();
     const DocumentRecord* doc = core.Doc(fid);
     if (!doc) return;
-    const QPointF pos = event->position();
     const int32_t x = ViewToImageXEx(core, fid, pos.x() * core.Screen.TwipsPerPixelX, -1, -1);
     const int32_t y = ViewToImageYEx(core, fid, pos.y() * core.Screen.TwipsPerPixelY, -1, -1);
     QString text = QStringLiteral("X:%1 Y:%2").arg(x).arg(y);

@@ -11,6 +11,7 @@
 #include <optional>
 
 #include "core/view_render.h"
+#include "tools/freehand.h"
 
 namespace brv {
 
@@ -69,9 +70,16 @@ public:
 
 protected:
     void paintEvent(QPaintEvent* event) override;
+    void mousePressEvent(QMouseEvent* event) override;
     void mouseMoveEvent(QMouseEvent* event) override;
+    void mouseReleaseEvent(QMouseEvent* event) override;
 
 private:
+    void ShowPointer(QPointF pos);
+    void Carry(const CanvasActions& actions, QPointF pos);
+    PaintContext Context();
+
+    bool penIsDown_ = false;
     Application& app_;
     DocumentWindow& window_;
 };

@@ -65,6 +65,13 @@ MainWindow::MainWindow(Application& app) : app_(app) {
     BuildMenus(FrameMenus(), frameMenus_);
     BuildMenus(DocumentMenus(), documentMenus_);
     showingDocumentMenus_ = true;  // forces the first update to install the frame menu
+
+    auto redrawDocument = [this](int32_t fid) {
+        if (DocumentWindow* view = FindDocumentWindow(fid)) view->RedrawAll();
+        RefreshToolWindows(fid);
+    };
+    guide_ = new GuideWindow(app_, this, redrawDocument);
+    layers_ = new LayerWindow(app_, this, redrawDocument);
     UpdateMenuBar();
     resize(900, 700);
 }
@@ -217,6 +224,14 @@ void MainWindow::UpdateEnablement(QMenu* menu) {
                 a->setCheckable(true);
                 a->setChecked(m.hotspot);
                 break;
+            case Command::ToggleGuideWindow:
+                a->setCheckable(true);
+                a->setChecked(guide_ && guide_->isVisible());
+                break;
+            case Command::ToggleLayerWindow:
+                a->setCheckable(true);
+                a->setChecked(layers_ && layers_->isVisible());
+                break;
             default:
                 break;
         }
@@ -280,6 +295,7 @@ void MainWindow::DestroyDocumentWindow(int32_t fid) {
         sub->deleteLater();
     }
     UpdateMenuBar();
+    RefreshToolWindows(app_.State().Core.ActiveFID);
 }
 
 DocumentWindow* MainWindow::FindDocumentWindow(int32_t fid) const {
@@ -292,6 +308,26 @@ void MainWindow::ShowDocument(int32_t fid) {
     QWidget* sub = view->parentWidget();
     sub->show();
     Activate(view);
+}
+
+void MainWindow::ShowCanvasMenu(const QPoint& globalPos) {
+    QMenu menu(this);
+    const MenuState m = ComputeMenuState(app_.State().Core, app_.State().Core.ActiveFID, false);
+    for (const MenuEntry& e : CanvasContextMenu()) {
+        QAction* a = menu.addAction(ToQ(e.caption));
+        bool enabled = Application::IsAvailable(e.command);
+        if (e.command == Command::Paste || e.command == Command::PasteNewLayer ||
+            e.command == Command::PasteInSelection)
+            enabled = enabled && m.paste;
+        else
+            enabled = enabled && m.selection;
+        a->setEnabled(enabled);
+        const Command command = e.command;
+        const std::string caption(e.caption);
+        connect(a, &QAction::triggered, this,
+                [this, command, caption] { app_.RunCommand(command, 0.0, caption); });
+    }
+    menu.exec(globalPos);
 }
 
 void MainWindow::ShowDocumentQuietly(int32_t fid) {
@@ -322,7 +358,23 @@ void MainWindow::RefreshActiveDocument() {
 }
 
 void MainWindow::RefreshToolWindows(int32_t fid) {
-    (void)fid;  // the guide and layer windows join here
+    if (guide_) guide_->Refresh(fid);
+    if (layers_) layers_->Refresh(fid);
+}
+
+void MainWindow::ToggleToolWindow(Command which) {
+    QWidget* w = which == Command::ToggleGuideWindow   ? static_cast<QWidget*>(guide_)
+                 : which == Command::ToggleLayerWindow ? static_cast<QWidget*>(layers_)
+                                                       : nullptr;
+    if (!w) return;
+    w->setVisible(!w->isVisible());
+    RefreshToolWindows(app_.State().Core.ActiveFID);
+}
+
+void MainWindow::ShowAllToolWindows(bool show) {
+    for (QWidget* w : {static_cast<QWidget*>(guide_), static_cast<QWidget*>(layers_)})
+        if (w) w->setVisible(show);
+    RefreshToolWindows(app_.State().Core.ActiveFID);
 }
 
 void MainWindow::OnTick() {
@@ -409,13 +461,39 @@ bool MainWindow::eventFilter(QObject* watched, QEvent* event) {
     return QMainWindow::eventFilter(watched, event);
 }
 
-void MainWindow::TakePlacements(SettingsRecord& settings) const {
-    WindowPlacement& p = settings.Placements[kPlaceMain];
-    const QRect r = normalGeometry().isValid() ? normalGeometry() : geometry();
+namespace {
+
+// A window's placement as the settings keep it: the restored rectangle and how it shows.
+void TakePlacement(const QWidget* w, WindowPlacement& p) {
+    const QRect r = w->normalGeometry().isValid() ? w->normalGeometry() : w->geometry();
     p.length = kWindowPlacementSize;
     p.flags = 0;
-    p.showCmd = isMaximized() ? kShowMaximized : (isMinimized() ? kShowMinimized : kShowNormal);
+    p.showCmd = !w->isVisible()    ? 0
+                : w->isMaximized() ? kShowMaximized
+                : w->isMinimized() ? kShowMinimized
+                                   : kShowNormal;
     p.normalPosition = RectI{r.left(), r.top(), r.left() + r.width(), r.top() + r.height()};
+}
+
+// false when the slot was never written.
+bool ApplyPlacement(QWidget* w, const WindowPlacement& p) {
+    if (p.length != kWindowPlacementSize) return false;
+    const RectI& r = p.normalPosition;
+    if (r.right > r.left && r.bottom > r.top)
+        w->setGeometry(r.left, r.top, r.right - r.left, r.bottom - r.top);
+    if (p.showCmd == kShowMaximized) w->setWindowState(w->windowState() | Qt::WindowMaximized);
+    return true;
+}
+
+}  // namespace
+
+void MainWindow::TakePlacements(SettingsRecord& settings) const {
+    TakePlacement(this, settings.Placements[kPlaceMain]);
+    // The main window always counts as shown.
+    WindowPlacement& main = settings.Placements[kPlaceMain];
+    if (main.showCmd == 0) main.showCmd = kShowNormal;
+    if (guide_) TakePlacement(guide_, settings.Placements[kPlaceGuide]);
+    if (layers_) TakePlacement(layers_, settings.Placements[kPlaceLayer]);
 }
 
 void MainWindow::RestorePlacements(const SettingsRecord& settings) {
@@ -424,11 +502,28 @@ void MainWindow::RestorePlacements(const SettingsRecord& settings) {
     if (r.right > r.left && r.bottom > r.top)
         setGeometry(r.left, r.top, r.right - r.left, r.bottom - r.top);
     if (p.showCmd == kShowMaximized) setWindowState(windowState() | Qt::WindowMaximized);
+    for (auto [w, slot] : {std::pair<QWidget*, int>{guide_, kPlaceGuide}, {layers_, kPlaceLayer}}) {
+        if (!w) continue;
+        const WindowPlacement& tp = settings.Placements[static_cast<size_t>(slot)];
+        if (ApplyPlacement(w, tp))
+            w->setVisible(tp.showCmd != 0);
+        else
+            pendingLayout_ = true;
+    }
 }
 
 void MainWindow::LayOutToolWindows() {
-    // The guide, pen, layer, preview and palette windows join the frame's edges here as they
-    // are built; the frame itself keeps the centred rectangle of a first run.
+    // Along the frame's right edge, outside it when the screen has room, else just inside.
+    const QRect f = frameGeometry();
+    const QRect screen = this->screen() ? this->screen()->availableGeometry() : QRect();
+    int x = f.right() + 8;
+    if (!screen.isNull() && x + guide_->width() > screen.right())
+        x = f.right() - guide_->width() - 8;
+    guide_->move(x, f.top() + 60);
+    guide_->show();
+    layers_->move(x, guide_->frameGeometry().bottom() + 8);
+    layers_->show();
+    pendingLayout_ = false;
 }
 
 void MainWindow::closeEvent(QCloseEvent* event) {

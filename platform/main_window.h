@@ -14,6 +14,8 @@
 #include "app/menu_table.h"
 #include "core/settings.h"
 #include "core/view_render.h"
+#include "platform/guide_window.h"
+#include "platform/layer_window.h"
 
 namespace brv {
 
@@ -39,7 +41,14 @@ public:
     // The guide and layer windows after a change of the document (0: none).
     void RefreshToolWindows(int32_t fid);
     ViewTimer& Timer() { return timer_; }
+    GuideWindow* Guide() const { return guide_; }
+    LayerWindow* Layers() const { return layers_; }
+    // Shows or hides a tool window by its menu command.
+    void ToggleToolWindow(Command which);
+    void ShowAllToolWindows(bool show);
     void ShowDocumentQuietly(int32_t fid);
+    // The canvas's right-button menu at a screen position.
+    void ShowCanvasMenu(const QPoint& globalPos);
     void ArrangeDocuments(Command how);
 
     void SetStatusText(const QString& text);
@@ -52,6 +61,7 @@ public:
     void RestorePlacements(const SettingsRecord& settings);
     // Places the tool windows along the frame's edges (none exist yet but the frame).
     void LayOutToolWindows();
+    bool ToolLayoutPending() const { return pendingLayout_; }
 
     void UpdateMenuBar();
     // The menu that the actions of a table were built into, for tests.
@@ -83,7 +93,10 @@ private:
     QMap<int32_t, QPointer<DocumentWindow>> documents_;
     QList<QShortcut*> shortcuts_;
     ViewTimer timer_;
-    QTimer* tick_ = nullptr;  // the hand-made ones named in captions
+    GuideWindow* guide_ = nullptr;
+    LayerWindow* layers_ = nullptr;
+    bool pendingLayout_ = false;  // a tool window had no stored place
+    QTimer* tick_ = nullptr;      // the hand-made ones named in captions
 };
 
 }  // namespace brv
