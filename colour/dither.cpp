@@ -85,13 +85,14 @@ void QuickSortByNearest(std::vector<ColorEntry>& e, ptrdiff_t lo, ptrdiff_t hi) 
 }
 
 // For every entry from 1 on, the smallest squared distance to any other entry, kept where it is
-// below the entry's present Nearest. The pairs are searched through a grid of 16 levels a
-// channel, shell by shell, which finds the same minimum as comparing every pair.
+// below the entry's present Nearest. The pairs are searched through a grid of cells, shell by
+// shell, which finds the same minimum as comparing every pair.
 // onEntry(i) runs after entry i and returns true to stop.
 template <class OnEntry>
 bool FindNearestDistances(std::vector<ColorEntry>& list, OnEntry onEntry) {
-    constexpr int kCells = 16;
-    auto cellOf = [](int32_t v) { return Clamp(v >> 4, 0, kCells - 1); };
+    constexpr int kShift = 3;  // cells of 8 levels a channel
+    constexpr int kCells = 256 >> kShift;
+    auto cellOf = [](int32_t v) { return Clamp(v >> kShift, 0, kCells - 1); };
     auto cellIndex = [](int bx, int by, int bz) { return (bx * kCells + by) * kCells + bz; };
 
     std::vector<uint32_t> start(kCells * kCells * kCells + 1, 0);
@@ -129,8 +130,8 @@ bool FindNearestDistances(std::vector<ColorEntry>& list, OnEntry onEntry) {
                                                      SquaredDistance(e.B, e.G, e.R, o.B, o.G, o.R));
                         }
                     }
-            // Anything in a farther shell differs by more than 16 * r on some channel.
-            const int64_t bound = int64_t{16} * r + 1;
+            // Anything in a farther shell differs by more than r cells on some channel.
+            const int64_t bound = (int64_t{r} << kShift) + 1;
             if (best <= bound * bound) break;
         }
         e.Nearest = best;

@@ -23,42 +23,12 @@ constexpr uint32_t kCompressionRle4 = 2;
 constexpr uint32_t kCompressionBitFields = 3;
 constexpr int32_t kCells = 32768;
 
-BitmapInfoHeader ReadInfoHeader(ByteReader& r) {
-    BitmapInfoHeader h;
-    h.biSize = r.I32LE();
-    h.biWidth = r.I32LE();
-    h.biHeight = r.I32LE();
-    h.biPlanes = r.U16LE();
-    h.biBitCount = r.U16LE();
-    h.biCompression = r.U32LE();
-    h.biSizeImage = r.U32LE();
-    h.biXPelsPerMeter = r.I32LE();
-    h.biYPelsPerMeter = r.I32LE();
-    h.biClrUsed = r.U32LE();
-    h.biClrImportant = r.U32LE();
-    return h;
-}
-
 void WriteFileHeader(ByteWriter& w, const BitmapFileHeader& h) {
     w.U16LE(h.bfType);
     w.I32LE(h.bfSize);
     w.U16LE(h.bfReserved1);
     w.U16LE(h.bfReserved2);
     w.I32LE(h.bfOffBits);
-}
-
-void WriteInfoHeader(ByteWriter& w, const BitmapInfoHeader& h) {
-    w.I32LE(h.biSize);
-    w.I32LE(h.biWidth);
-    w.I32LE(h.biHeight);
-    w.U16LE(h.biPlanes);
-    w.U16LE(h.biBitCount);
-    w.U32LE(h.biCompression);
-    w.U32LE(h.biSizeImage);
-    w.I32LE(h.biXPelsPerMeter);
-    w.I32LE(h.biYPelsPerMeter);
-    w.U32LE(h.biClrUsed);
-    w.U32LE(h.biClrImportant);
 }
 
 // Reads n bytes, or as many as there are followed by zeros: a read past the end of the file
@@ -200,7 +170,7 @@ std::vector<uint8_t> IndexedFile(int32_t width, int32_t height, int32_t depth,
     ih.biBitCount = static_cast<uint16_t>(depth);
     ByteWriter w(static_cast<size_t>(fh.bfOffBits + dataSize));
     WriteFileHeader(w, fh);
-    WriteInfoHeader(w, ih);
+    WriteBitmapInfoHeader(w, ih);
     PutPalette(w, palette.first(static_cast<size_t>(entries) + 1));
     w.Bytes(PackIndices(indices, width, height, depth, static_cast<size_t>(stride)));
     return std::move(w).Take();
@@ -235,6 +205,36 @@ int32_t ReplaceFile(std::string_view fnm, std::span<const uint8_t> bytes, int32_
 
 }  // namespace
 
+BitmapInfoHeader ReadBitmapInfoHeader(ByteReader& r) {
+    BitmapInfoHeader h;
+    h.biSize = r.I32LE();
+    h.biWidth = r.I32LE();
+    h.biHeight = r.I32LE();
+    h.biPlanes = r.U16LE();
+    h.biBitCount = r.U16LE();
+    h.biCompression = r.U32LE();
+    h.biSizeImage = r.U32LE();
+    h.biXPelsPerMeter = r.I32LE();
+    h.biYPelsPerMeter = r.I32LE();
+    h.biClrUsed = r.U32LE();
+    h.biClrImportant = r.U32LE();
+    return h;
+}
+
+void WriteBitmapInfoHeader(ByteWriter& w, const BitmapInfoHeader& h) {
+    w.I32LE(h.biSize);
+    w.I32LE(h.biWidth);
+    w.I32LE(h.biHeight);
+    w.U16LE(h.biPlanes);
+    w.U16LE(h.biBitCount);
+    w.U32LE(h.biCompression);
+    w.U32LE(h.biSizeImage);
+    w.I32LE(h.biXPelsPerMeter);
+    w.I32LE(h.biYPelsPerMeter);
+    w.U32LE(h.biClrUsed);
+    w.U32LE(h.biClrImportant);
+}
+
 int64_t BmpRowBytes(int64_t width, int64_t depth) {
     if (width < 0 || depth < 0 || width > (int64_t{1} << 31) || depth > 65535) return -1;
     return (width * depth + 31) / 32 * 4;
@@ -262,7 +262,7 @@ int32_t ALLBMPC::GetBMPFromOpenedFile(ByteReader& file, PixelBuffer& DestDAT,
                                       BitmapInfoHeader* ReturnBMIPtr, bool BottomUpToUpBottom,
                                       const BmpProgress& CallBack) const {
     const size_t infoPos = file.Pos();
-    BitmapInfoHeader bmi = ReadInfoHeader(file);
+    BitmapInfoHeader bmi = ReadBitmapInfoHeader(file);
     if (file.Failed()) return kBmpErrRead;
 
     const int32_t depth = bmi.biBitCount;
@@ -453,7 +453,7 @@ std::vector<uint8_t> ALLBMPC::EncodeBMP16to32(const PixelBuffer& DAT32Bit, int32
     ih.biBitCount = static_cast<uint16_t>(ColorBit);
     ByteWriter w(rows.size() + 54);
     WriteFileHeader(w, fh);
-    WriteInfoHeader(w, ih);
+    WriteBitmapInfoHeader(w, ih);
     w.Bytes(rows);
     if (ReturnBMIPtr) *ReturnBMIPtr = ih;
     return std::move(w).Take();

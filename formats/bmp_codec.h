@@ -88,6 +88,10 @@ struct BmpReduction {
     std::vector<uint16_t> CellIndex;  // 32768 cells (R>>3)*1024 + (G>>3)*32 + (B>>3)
 };
 
+// The 40 bytes of the header, through the checked byte helpers.
+BitmapInfoHeader ReadBitmapInfoHeader(ByteReader& r);
+void WriteBitmapInfoHeader(ByteWriter& w, const BitmapInfoHeader& h);
+
 // Bytes of a row of width pixels at depth bits, padded to 4; -1 when absurd.
 int64_t BmpRowBytes(int64_t width, int64_t depth);
 
