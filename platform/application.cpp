@@ -4,6 +4,7 @@
 #include <QMessageBox>
 #include <QUrl>
 
+#include "actions/action_file.h"
 #include "core/documents.h"
 #include "core/file_io.h"
 #include "core/layer_ops.h"
@@ -54,6 +55,8 @@ bool Application::IsAvailable(Command command) {
         case Command::SaveAs:
         case Command::ZoomRelative:
         case Command::ZoomAbsolute:
+        case Command::ActionRecord:
+        case Command::ActionSaveAs:
         case Command::ClearRecent:
         case Command::Exit:
         case Command::Settings:
@@ -113,6 +116,17 @@ void Application::RunCommand(Command command, double argument, const std::string
                 frame_->RefreshActiveDocument();
             }
             break;
+        case Command::ActionRecord:
+            if (doc) ToggleRecording();
+            break;
+        case Command::ActionSaveAs: {
+            FileDialogRequest request;
+            request.filter = std::string(kActionSaveFilter);
+            request.initialPath = core.Paths.ActionsDir;
+            if (auto chosen = static_cast<brv::Host&>(host_).ChooseSaveFile(request))
+                CopyActionFile(core.Paths.DefaultActionFile, ActionSaveAsName(*chosen));
+            break;
+        }
         case Command::ClearRecent:
             ClearRecentFiles(core.Paths.UseFileList);
             break;
@@ -207,6 +221,18 @@ int32_t Application::NewDocumentAndShow(int32_t width, int32_t height) {
 void Application::CloseDocumentCommand(int32_t fid) {
     CloseDocument(state_.Core, host_, fid, [this](int32_t f) { SaveAsCommand(f); });
     frame_->UpdateMenuBar();
+}
+
+void Application::ToggleRecording() {
+    CoreState& core = state_.Core;
+    if (!core.Recorder.Recording()) {
+        StartActionRecording(core.Recorder, core.ActiveFID, kDefaultActionName);
+        frame_->SetRecordingCaption(kActionRecordStopCaption);
+    } else {
+        EndActionRecording(core.Recorder, core.Paths.DefaultActionFile);
+        frame_->SetRecordingCaption(kActionRecordStartCaption);
+    }
+    frame_->SetRecordingStatus(core.Recorder.Recording() ? kActionRecordingStatus : "");
 }
 
 void Application::RunLayerCommand(Command command, int32_t fid) {

@@ -49,6 +49,8 @@ public:
 
 private:
     void SaveAsCommand(int32_t fid);
+    // Starts the recorder on the active document, or ends it into the default action file.
+    void ToggleRecording();
     // Undo, redo and the layer menu on a document, with the undo point and the refresh.
     void RunLayerCommand(Command command, int32_t fid);
 

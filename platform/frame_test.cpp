@@ -11,6 +11,8 @@
 
 #include "core/documents.h"
 #include "core/file_io.h"
+#include "core/undo_store.h"
+#include "core/view_render.h"
 #include "platform/application.h"
 #include "platform/document_window.h"
 #include "platform/main_window.h"
@@ -143,6 +145,52 @@ private slots:
         QCOMPARE(doc.UndoPos, 2);
         QTest::keyClick(&app.Frame(), Qt::Key_R, Qt::ControlModifier);
         QCOMPARE(doc.LayerCount(), 3);
+    }
+
+    void StrokeOnTheCanvasPaintsRecordsAndIsOneUndoStep() {
+        testing::TempFolder dir;
+        Application app(dir.Path(), Screen());
+        app.Start("");
+        app.State().Core.Settings.AskOnClose = 0;
+        const int32_t fid = app.NewDocumentAndShow(16, 16);
+        DocumentWindow* view = app.Frame().FindDocumentWindow(fid);
+        QVERIFY(view);
+        QVERIFY(QTest::qWaitForWindowExposed(view));
+        DocumentRecord& doc = app.State().Core.Docs[static_cast<size_t>(fid)];
+        ZoomChange(doc, 10.0, false);
+        view->RedrawAll();
+
+        app.Frame().FindAction(QStringLiteral("アクション記録開始\tShift+A"))->trigger();
+        QVERIFY(app.Frame().FindAction(QStringLiteral("アクション記録終了  Shift+A")));
+
+        QWidget* canvas = view->Canvas();
+        auto at = [&](int x, int y) {
+            return QPoint(MapXToView(doc, x) + 5, MapYToView(doc, y) + 5);
+        };
+        QTest::mousePress(canvas, Qt::LeftButton, {}, at(2, 3));
+        QMouseEvent move(QEvent::MouseMove, at(6, 3), canvas->mapToGlobal(at(6, 3)), Qt::NoButton,
+                         Qt::LeftButton, Qt::NoModifier);
+        QApplication::sendEvent(canvas, &move);
+        QTest::mouseRelease(canvas, Qt::LeftButton, {}, at(6, 3));
+
+        const PixelBuffer& px = doc.Layers[1].Pixels;
+        // Each segment stops short of its new point, so the stroke's last point has no stamp.
+        for (int x = 2; x <= 5; ++x)
+            QCOMPARE(px.Get(x, 3)->a, uint8_t{255});
+        QCOMPARE(px.Get(6, 3)->a, uint8_t{0});
+        QCOMPARE(px.Get(2, 4)->a, uint8_t{0});
+        QCOMPARE(doc.UndoPos, 2);
+        const auto& lines = app.State().Core.Recorder.ActionLines;
+        QVERIFY(lines.size() >= 3);
+        QCOMPARE(QString::fromStdString(lines[1]),
+                 QStringLiteral("DrawPen,1,1,2,3,0,0,1,-32767,-32767,1,0,0,0,0,0,0"));
+        QVERIFY(
+            QString::fromStdString(lines.back()).startsWith(QStringLiteral("DrawPen,1,1,6,3,")));
+
+        // One undo takes the whole stroke back.
+        QVERIFY(Undo(app.State().Core, fid) == 0);
+        for (int x = 2; x <= 6; ++x)
+            QCOMPARE(doc.Layers[1].Pixels.Get(x, 3)->a, uint8_t{0});
     }
 
     void SettingsDialogChecksRangesAndKeepsTheCopyUntilOk() {

@@ -53,7 +53,9 @@ MainWindow::MainWindow(Application& app) : app_(app) {
     progress_->setTextVisible(false);
     progress_->hide();
     progress_->installEventFilter(this);
+    recording_ = new QLabel(this);
     statusBar()->addWidget(status_, 1);
+    statusBar()->addWidget(recording_);
     statusBar()->addPermanentWidget(progress_);
 
     setAcceptDrops(true);
@@ -443,6 +445,18 @@ void MainWindow::ArrangeDocuments(Command how) {
 
 void MainWindow::SetStatusText(const QString& text) {
     status_->setText(text);
+}
+
+void MainWindow::SetRecordingCaption(std::string_view caption) {
+    for (QMenu* m : documentMenus_)
+        for (QAction* a : m->actions())
+            if (a->data().canConvert<ActionData>() &&
+                a->data().value<ActionData>().command == Command::ActionRecord)
+                a->setText(ToQ(caption));
+}
+
+void MainWindow::SetRecordingStatus(std::string_view text) {
+    recording_->setText(ToQ(text));
 }
 
 void MainWindow::ShowProgress(int32_t position, int32_t maximum) {

@@ -52,6 +52,9 @@ public:
     void ArrangeDocuments(Command how);
 
     void SetStatusText(const QString& text);
+    // The recording command's caption, and the status line's second field.
+    void SetRecordingCaption(std::string_view caption);
+    void SetRecordingStatus(std::string_view text);
     void ShowProgress(int32_t position, int32_t maximum);
     void HideProgress();
     bool ProgressCancelClicked() const { return cancelClicked_; }
@@ -85,6 +88,7 @@ private:
     Application& app_;
     QMdiArea* mdi_ = nullptr;
     QLabel* status_ = nullptr;
+    QLabel* recording_ = nullptr;
     QProgressBar* progress_ = nullptr;
     bool cancelClicked_ = false;
     QList<QMenu*> frameMenus_;
