@@ -94,7 +94,10 @@ void PrintCliUsage(std::ostream& out) {
            "  info FILE                               type word and image count\n"
            "  dump FILE[:INDEX] OUT.pam [--layer N]   image INDEX (from 1) as a PAM picture\n"
            "  convert FILE[:INDEX] OUT [--option N]   save by OUT's extension (N: the writer's\n"
-           "                                          option; for .ico the bit count 1, 4, 8, 32)\n"
+           "                                          option; for .ico the bit count 1, 4, 8, 32;\n"
+           "                                          for .png the speed 1 (smallest) .. 4\n"
+           "                                          (fastest), +16 to interlace; for .bmp 0,\n"
+           "                                          +1 AND-XOR pair, +2 24 bits)\n"
            "  --version                               print the version\n";
 }
 

@@ -191,7 +191,39 @@ TEST_F(CliTest, ConvertSavesByExtension) {
     r = Run({"convert", python, dir.File("o.pam")});
     ASSERT_EQ(r.code, 0);
     EXPECT_EQ(PamPixels(dir.File("o.pam")).size(), 16u * 16u * 4u);
-    EXPECT_EQ(Run({"convert", python, dir.File("o.png")}).code, 1);
+}
+
+TEST_F(CliTest, ConvertWritesPngAndBmpThatDumpReadsBack) {
+    const std::string root = CorpusDir();
+    if (root.empty()) GTEST_SKIP() << "corpus not present";
+    const std::string python = root + "/ico/pillow/python.ico:3";  // 48 x 48, soft alpha
+    ASSERT_EQ(Run({"dump", python, dir.File("src.pam")}).code, 0);
+    const auto source = PamPixels(dir.File("src.pam"));
+
+    // An option code saves without the box: 32 bits keep every byte.
+    auto r = Run({"convert", python, dir.File("o.png"), "--option", "3"});
+    ASSERT_EQ(r.code, 0) << r.err;
+    EXPECT_EQ(Run({"info", dir.File("o.png")}).out, "png 1\n");
+    r = Run({"dump", dir.File("o.png"), dir.File("png.pam")});
+    ASSERT_EQ(r.code, 0);
+    EXPECT_EQ(r.out, "width 48 height 48 layers 1 hotspot 0 0\n");
+    EXPECT_EQ(PamPixels(dir.File("png.pam")), source);
+
+    // 24 bits: the colours, opaque.
+    r = Run({"convert", python, dir.File("o.bmp"), "--option", "2"});
+    ASSERT_EQ(r.code, 0) << r.err;
+    EXPECT_EQ(Run({"info", dir.File("o.bmp")}).out, "bmp 1\n");
+    ASSERT_EQ(Run({"dump", dir.File("o.bmp"), dir.File("bmp.pam")}).code, 0);
+    auto opaque = source;
+    for (size_t i = 3; i < opaque.size(); i += 4)
+        opaque[i] = 255;
+    EXPECT_EQ(PamPixels(dir.File("bmp.pam")), opaque);
+
+    // Without an option the box is asked; this host cancels it.
+    r = Run({"convert", python, dir.File("n.png")});
+    EXPECT_EQ(r.code, 1);
+    EXPECT_EQ(r.err, "nothing was written to " + dir.File("n.png") + "\n");
+    EXPECT_FALSE(FileExists(dir.File("n.png")));
 }
 
 // The program itself, as a script runs it; skipped when it has not been built beside the tests.
@@ -226,6 +258,26 @@ TEST(CliProgram, RunsOnCorpusFiles) {
         0);
     EXPECT_EQ(IconC().IconCount(dir.File("e.ico")), 1);
     EXPECT_EQ(run("frobnicate", out), 1);
+
+    // Pictures of the other readers, and the writers' boxes taken as they open.
+    for (const auto& [file, line] :
+         std::vector<std::pair<std::string, std::string>>{{"png/pngsuite/basn6a08.png", "png 1"},
+                                                          {"bmp/bmpsuite/g/pal8rle.bmp", "bmp 1"},
+                                                          {"jpeg/pillow/hopper.jpg", "lpec 1"},
+                                                          {"gif/pillow/hopper.gif", "lpec 1"}}) {
+        const std::string path = "'" + root + "/" + file + "'";
+        EXPECT_EQ(run("info " + path, out), 0) << file;
+        EXPECT_EQ(out, line + "\n");
+        EXPECT_EQ(run("dump " + path + " " + dir.File("x.pam"), out), 0) << file;
+        EXPECT_EQ(out.rfind("width ", 0), 0u) << file;
+    }
+    const std::string jpeg = "'" + root + "/jpeg/pillow/hopper.jpg'";
+    EXPECT_EQ(run("convert " + jpeg + " " + dir.File("h.png"), out), 0);
+    EXPECT_EQ(run("info " + dir.File("h.png"), out), 0);
+    EXPECT_EQ(out, "png 1\n");
+    EXPECT_EQ(run("convert " + jpeg + " " + dir.File("h.bmp"), out), 0);
+    EXPECT_EQ(run("info " + dir.File("h.bmp"), out), 0);
+    EXPECT_EQ(out, "bmp 1\n");
 }
 
 }  // namespace

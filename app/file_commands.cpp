@@ -8,8 +8,15 @@
 #include "core/compositor.h"
 #include "core/documents.h"
 #include "core/file_io.h"
+#include "core/messages.h"
+#include "core/status_progress.h"
 #include "core/undo_store.h"
+#include "formats/bmp_codec.h"
+#include "formats/bmp_save.h"
 #include "formats/ico_codec.h"
+#include "formats/picture_loader.h"
+#include "formats/png_codec.h"
+#include "formats/png_save_form.h"
 #include "formats/shell_link.h"
 
 namespace brv {
@@ -46,11 +53,11 @@ bool IsIconFile(const std::string& fnm, int32_t& retCount) {
 bool IsPsdFile(const std::string&, int32_t&) {
     return false;
 }
-bool IsBmpFile(const std::string&, int32_t&) {
-    return false;
+bool IsBmpFile(const std::string& fnm, int32_t&) {
+    return ALLBMPC::IsBMP(fnm);
 }
-bool IsPngFile(const std::string&, int32_t&) {
-    return false;
+bool IsPngFile(const std::string& fnm, int32_t&) {
+    return PNGC::IsPNG(fnm);
 }
 bool IsAniFile(const std::string&, int32_t&) {
     return false;
@@ -67,8 +74,8 @@ bool IsMacFile(const std::string&, int32_t&) {
 bool IsSusieFile(const std::string&, int32_t&) {
     return false;
 }
-bool IsPictureFile(const std::string&, int32_t&) {
-    return false;
+bool IsPictureFile(const std::string& fnm, int32_t&) {
+    return LoadPictureExClass().IsLoadable(fnm);
 }
 
 struct ContentTest {
@@ -137,7 +144,7 @@ int32_t SniffFile(std::string_view Fnm, std::string& retKind, int32_t& retCount)
 
 std::string LoadImageFile(std::string_view Fnm, PixelBuffer& retPixels, int32_t Index,
                           int32_t& retCount, bool& retFlipDone, std::string& retKindMsg,
-                          bool& retInvertDone, int32_t& retHotX, int32_t& retHotY) {
+                          bool& retInvertDone, int32_t& retHotX, int32_t& retHotY, Host* host) {
     retFlipDone = false;
     retInvertDone = false;
     retHotX = 0;
@@ -149,6 +156,25 @@ std::string LoadImageFile(std::string_view Fnm, PixelBuffer& retPixels, int32_t 
         // Read with the fourth byte as a transparency: the in-transit convention.
         const int32_t r = ico.LoadIcon(target, Index, retPixels, retHotX, retHotY, true);
         if (r < 0) return std::string(IconC::GetError(r));
+        return {};
+    }
+    if (retKindMsg == kind::kBmp) {
+        const int32_t r = ALLBMPC().GetBMPFile(target, retPixels, nullptr, false);
+        if (r < 0) return std::string(ALLBMPC::GetBMPError(r));
+        return {};
+    }
+    if (retKindMsg == kind::kPng) {
+        PNGC png(host);
+        bool cancelled = false;
+        const int32_t r = png.GetPNG(target, retPixels, true, true, nullptr, cancelled);
+        if (r < 0) return png.GetPNGError(r);
+        return {};
+    }
+    if (retKindMsg == kind::kLpec) {
+        // 32 bits with the fourth byte as the loader gives it: GIF's transparent colour stays
+        // transparent.
+        if (LoadPictureExClass().LoadPictureEx(target, retPixels, -1) < 0)
+            return std::string(kPictureUnreadable);
         return {};
     }
     return std::string(filemsg::kUnsupported);
@@ -209,7 +235,7 @@ int32_t FileCommands::AcquireIndex(std::string_view Fnm) {
         bool flipDone = false, invertDone = false;
         std::string kindMsg;
         const std::string error = LoadImageFile(Fnm, picture, index, ignoredCount, flipDone,
-                                                kindMsg, invertDone, hotX, hotY);
+                                                kindMsg, invertDone, hotX, hotY, &host_);
         if (!error.empty()) {
             picture.Clear();
             if (!errors.empty()) errors += "\n";
@@ -242,7 +268,7 @@ int32_t FileCommands::LoadIntoDocument(std::string_view Fnm, int32_t FID, int32_
     int32_t hotX = 0, hotY = 0;
     std::string kindMsg;
     const std::string error =
-        LoadImageFile(Fnm, pixels, Index, count, flipDone, kindMsg, invertDone, hotX, hotY);
+        LoadImageFile(Fnm, pixels, Index, count, flipDone, kindMsg, invertDone, hotX, hotY, &host_);
     if (!error.empty()) {
         retMessage = std::string(Fnm) + std::string(filemsg::kOpenError) + error;
         ShowError(retMessage, bSilent);
@@ -369,8 +395,9 @@ int32_t FileCommands::SaveByExtension(std::string_view Fnm, int32_t FID, int32_t
         }
         return SaveIconKind(Fnm, FID, Mode, ext == "cur");
     }
-    if (ext == "bvd" || ext == "png" || ext == "jpg" || ext == "jpeg" || ext == "jpe" ||
-        ext == "psd" || ext == "bmp") {
+    if (ext == "png") return SavePng(Fnm, FID, Mode);
+    if (ext == "bmp") return SaveBmp(Fnm, FID, Mode);
+    if (ext == "bvd" || ext == "jpg" || ext == "jpeg" || ext == "jpe" || ext == "psd") {
         // Their writers join here when they come.
         if (Mode == -1) return kSaveNothing;
         host_.ShowMessage(filemsg::kUnsupported, MessageIcon::Exclamation);
@@ -418,6 +445,102 @@ int32_t FileCommands::SaveIconKind(std::string_view Fnm, int32_t FID, int32_t Mo
     }
     SetDocumentTitle(core, host_, FID, Fnm, -1);
     return kSaveDone;
+}
+
+int32_t FileCommands::PictureForSave(int32_t FID, int32_t Mode, PixelBuffer& retPicture) {
+    retPicture.Clear();
+    const DocumentRecord* doc = app_.Core.Doc(FID);
+    if (!doc) return Mode == -1 ? kSaveDone : kSaveFailed;
+    if (FlattenLayers(*doc, retPicture, 0, -1) < 0) {
+        host_.ShowMessage(msg::kLayerCombineFailed, MessageIcon::Exclamation);
+        return kSaveFailed;
+    }
+    return kSaveDone;
+}
+
+int32_t FileCommands::SavePng(std::string_view Fnm, int32_t FID, int32_t& Mode) {
+    PixelBuffer picture;
+    if (const int32_t r = PictureForSave(FID, Mode, picture); r != kSaveDone) return r;
+    PNGSaveFormModel form;
+    if (picture.Empty()) {
+        form.TakeSaveValue(PngSaveValue);  // only the option code is asked for
+    } else {
+        FlipAndInvert(picture, true, false);  // the writer takes the rows bottom-up
+        form.U_SHOW(picture, Mode >= 1 ? Mode : PngSaveValue);
+    }
+
+    if (Mode < 1) {
+        const auto chosen = host_.AskPngSaveOptions(ToPngSaveOptions(form));
+        if (!chosen) return kSaveNothing;  // Mode -1 stays -1: refused
+        TakePngSaveOptions(*chosen, form);
+        PngSaveValue = form.U_OnlyValue();
+        if (Mode == -1) {
+            Mode = PngSaveValue;
+            return kSaveDone;
+        }
+    }
+
+    PNGC png(&host_);
+    StatusProgress progress;
+    progress.Begin(host_, 100, false, "");
+    const PNGCallBack step = [&](int32_t position, int32_t) {
+        progress.Step(host_, position);
+        return 0;
+    };
+    const int32_t r = form.Confirm(png, host_, Fnm, picture, TempDir(), step);
+    progress.End(host_);
+    if (r < 0) return kSaveFailed;
+    SetDocumentTitle(app_.Core, host_, FID, Fnm, -1);
+    return kSaveDone;
+}
+
+int32_t FileCommands::SaveBmp(std::string_view Fnm, int32_t FID, int32_t& Mode) {
+    PixelBuffer picture;
+    if (const int32_t r = PictureForSave(FID, Mode, picture); r != kSaveDone) return r;
+    const BmpSaveDialogModel model(picture);
+
+    // The box shows for a Mode below 0 only: an option code of 0 (neither box checked) is a
+    // choice of its own and goes silently. Intended.
+    BmpSaveChoice choice = BmpSaveDialogModel::ChoiceFromValue(Mode);
+    if (BmpSaveDialogModel::ShowsDialog(Mode)) {
+        BmpSaveOptions initial;
+        initial.Depth = model.Depth();
+        const auto chosen = host_.AskBmpSaveOptions(initial);
+        if (chosen) choice = {chosen->Check1, chosen->Check2};
+        if (Mode == -1) {
+            Mode = BmpSaveDialogModel::U_OnlyValue(choice, !chosen);
+            return chosen ? kSaveDone : kSaveNothing;
+        }
+        if (!chosen) return kSaveNothing;
+    }
+
+    if (const int32_t r = model.Save(Fnm, std::move(picture), choice); r < 0) {
+        host_.ShowMessage(ALLBMPC::GetBMPError(r), MessageIcon::Exclamation);
+        return kSaveFailed;
+    }
+    // With the AND-XOR pair the picture lives in the _XOR file: the document takes that name.
+    SetDocumentTitle(app_.Core, host_, FID, BmpSaveDialogModel::Paths(Fnm, choice).Main, -1);
+    return kSaveDone;
+}
+
+PngSaveOptions ToPngSaveOptions(const PNGSaveFormModel& form) {
+    PngSaveOptions o;
+    o.ColorEnabled = form.ColorEnabled;
+    o.ColorBit = form.ColorBit;
+    o.SpeedIndex = form.SpeedIndex;
+    o.InterlaceOn = form.InterlaceOn;
+    return o;
+}
+
+void TakePngSaveOptions(const PngSaveOptions& options, PNGSaveFormModel& form) {
+    // Only a colour choice the picture allows is taken; the speed stays one of the four.
+    for (size_t i = 0; i < kPNGColorChoices.size(); ++i)
+        if (kPNGColorChoices[i].ColorBit == options.ColorBit && form.ColorEnabled[i])
+            form.ColorBit = options.ColorBit;
+    if (options.SpeedIndex >= 0 &&
+        options.SpeedIndex < static_cast<int32_t>(kPNGSpeedChoices.size()))
+        form.SpeedIndex = options.SpeedIndex;
+    form.InterlaceOn = options.InterlaceOn;
 }
 
 }  // namespace brv

@@ -22,6 +22,8 @@
 
 namespace brv {
 
+struct PNGSaveFormModel;
+
 // The sniffer's type words.
 namespace kind {
 inline constexpr std::string_view kIco = "ico";
@@ -97,10 +99,12 @@ std::string_view SniffRefusalText(std::string_view Fnm, int32_t sniffResult);
 
 // Image Index (from 1) of a file in the in-transit conventions (rows bottom-up, fourth byte a
 // transparency) unless the flags say the reader has already flipped or inverted. Returns an
-// empty text on success, else the user's error text.
+// empty text on success, else the user's error text. host, when given, shows what a reader
+// says on its own (the PNG reader's interlace message).
 std::string LoadImageFile(std::string_view Fnm, PixelBuffer& retPixels, int32_t Index,
                           int32_t& retCount, bool& retFlipDone, std::string& retKindMsg,
-                          bool& retInvertDone, int32_t& retHotX, int32_t& retHotY);
+                          bool& retInvertDone, int32_t& retHotX, int32_t& retHotY,
+                          Host* host = nullptr);
 
 // What a save extension (lower case, no point) brings: an options dialog, and whether it goes
 // through the icon set editor. Yes is -1. Other extensions leave both as they were.
@@ -108,6 +112,11 @@ void ExtensionTraits(std::string_view ext, int32_t& retHasOptions, int32_t& retI
 
 // The lower-case extension of a path's short name without its point; empty when it has none.
 std::string LowerExtension(std::string_view path);
+
+// The PNG options box's fields from the form and back. Back, only a colour choice that the
+// form enables and a speed of the four are taken.
+PngSaveOptions ToPngSaveOptions(const PNGSaveFormModel& form);
+void TakePngSaveOptions(const PngSaveOptions& options, PNGSaveFormModel& form);
 
 // Results of the save commands.
 inline constexpr int32_t kSaveDone = 0;
@@ -147,9 +156,19 @@ public:
     // Called after a load for the layer list, guide, preview and pen windows.
     std::function<void(int32_t fid)> RefreshWindows;
 
+    // The PNG box's last confirmed choices, where it starts the next time: the speed position
+    // plus 1 (0: none yet) and 16 for interlacing.
+    int32_t PngSaveValue = 0;
+
 private:
     void ShowError(const std::string& text, bool bSilent);
     int32_t SaveIconKind(std::string_view Fnm, int32_t FID, int32_t Mode, bool isCursor);
+    // The flattened layers for a writer (top-down, straight alpha): kSaveDone to go on, else
+    // the result of the save (a failure's message has been shown). Without a document only
+    // asking for the option code (Mode -1) goes on, with an empty picture.
+    int32_t PictureForSave(int32_t FID, int32_t Mode, PixelBuffer& retPicture);
+    int32_t SavePng(std::string_view Fnm, int32_t FID, int32_t& Mode);
+    int32_t SaveBmp(std::string_view Fnm, int32_t FID, int32_t& Mode);
     std::string TempDir();
 
     AppState& app_;

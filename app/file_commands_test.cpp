@@ -1,4 +1,5 @@
 #include "app/file_commands.h"
+#include "app/file_commands_test.h"
 
 #include <gtest/gtest.h>
 
@@ -35,21 +36,7 @@ void WriteIcon(const std::string& fnm, const PixelBuffer& layerPicture, int32_t 
     ASSERT_EQ(IconC().SaveIcon(fnm, fileOrder, index, hotX, hotY, 0, 32), 0);
 }
 
-class FileCommandsTest : public ::testing::Test {
-protected:
-    FileCommandsTest() : files(app, host) {
-        app.Core.Paths = ComputeAppPaths(dir.Path());
-        MakeDirectories(app.Core.Paths.TempDir);
-        InitDocTable(app.Core);
-        host.tempFolder = dir.Path();
-    }
-    const DocumentRecord& Doc(int32_t fid) { return *app.Core.Doc(fid); }
-
-    TempFolder dir;
-    AppState app;
-    FakeHost host;
-    FileCommands files;
-};
+using FileCommandsTest = testing::FileCommandsFixture;
 
 // ---------------------------------------------------------------------------------------------
 // The sniffer.
@@ -341,7 +328,7 @@ TEST_F(FileCommandsTest, OverwriteSaveOfAVanishedFileAsksFirst) {
     EXPECT_TRUE(host.fileAnswers.empty());
 }
 
-TEST_F(FileCommandsTest, OtherExtensionsAskBeforeOverwritingAndWriteNothingYet) {
+TEST_F(FileCommandsTest, OtherExtensionsAskBeforeOverwriting) {
     WriteIcon(dir.File("src.ico"), Gradient(2, 2, 5), 0);
     const int32_t fid = files.OpenFile(dir.File("src.ico"), 0);
     ASSERT_TRUE(WriteTextFile(dir.File("x.png"), "old"));

@@ -50,6 +50,18 @@ std::optional<int32_t> HeadlessHost::AskChoice(std::string_view title,
     return initial;
 }
 
+std::optional<PngSaveOptions> HeadlessHost::AskPngSaveOptions(const PngSaveOptions& initial) {
+    std::fprintf(stderr, "png: %d bits, speed choice %d, interlace %s\n", initial.ColorBit,
+                 initial.SpeedIndex + 1, initial.InterlaceOn ? "on" : "off");
+    return initial;
+}
+
+std::optional<BmpSaveOptions> HeadlessHost::AskBmpSaveOptions(const BmpSaveOptions& initial) {
+    std::fprintf(stderr, "bmp: %d bits%s%s\n", initial.Depth, initial.Check1 ? ", AND-XOR" : "",
+                 initial.Check2 ? ", 24 bits" : "");
+    return initial;
+}
+
 double HeadlessHost::Milliseconds() {
     return std::chrono::duration<double, std::milli>(std::chrono::steady_clock::now() - start_)
         .count();

@@ -42,6 +42,10 @@ public:
                                      const std::vector<std::string>& choices,
                                      int32_t initial) override;
     void ShowDocumentWindow(int32_t, bool) override {}
+    // The options boxes confirmed as they open, which is the writer's default; the choice is
+    // reported on stderr.
+    std::optional<PngSaveOptions> AskPngSaveOptions(const PngSaveOptions& initial) override;
+    std::optional<BmpSaveOptions> AskBmpSaveOptions(const BmpSaveOptions& initial) override;
     uint64_t FreePhysicalMemory() override;
     std::string TempFolder() override;
 

@@ -6,6 +6,7 @@
 // that answers questions with their defaults, and the tests with a scripted fake.
 #pragma once
 
+#include <array>
 #include <cstdint>
 #include <optional>
 #include <string>
@@ -34,6 +35,25 @@ struct ScreenMetrics {
     double TwipsPerPixelY = 15.0;
     int32_t ScreenWidth = 1024;
     int32_t ScreenHeight = 768;
+};
+
+// The PNG save options box: three colour choices (8, 24 and 32 bits; the picture allows some of
+// them), four speed choices from the slowest, and interlacing.
+struct PngSaveOptions {
+    std::array<bool, 3> ColorEnabled{true, true, true};  // 8, 24, 32
+    int32_t ColorBit = 32;                               // the choice selected
+    int32_t SpeedIndex = 2;                              // 0 .. 3, slowest first
+    bool InterlaceOn = false;
+    friend bool operator==(const PngSaveOptions&, const PngSaveOptions&) = default;
+};
+
+// The bitmap save options box: the depth the picture needs, shown in its label, and the two
+// check boxes.
+struct BmpSaveOptions {
+    int32_t Depth = 32;
+    bool Check1 = false;  // also write the AND-XOR pair of files
+    bool Check2 = false;  // write 24 bits
+    friend bool operator==(const BmpSaveOptions&, const BmpSaveOptions&) = default;
 };
 
 struct FileDialogRequest {
@@ -108,6 +128,14 @@ public:
     // Shows a document window made by CreateDocumentWindow: the normal show (activated), or
     // with bQuiet only made visible.
     virtual void ShowDocumentWindow(int32_t /*fid*/, bool /*bQuiet*/) {}
+    // The writers' options boxes, shown with `initial`; the choices confirmed, or nullopt when
+    // cancelled.
+    virtual std::optional<PngSaveOptions> AskPngSaveOptions(const PngSaveOptions& /*initial*/) {
+        return std::nullopt;
+    }
+    virtual std::optional<BmpSaveOptions> AskBmpSaveOptions(const BmpSaveOptions& /*initial*/) {
+        return std::nullopt;
+    }
 
     // Machine facts.
     virtual uint64_t FreePhysicalMemory() = 0;  // bytes

@@ -97,6 +97,26 @@ std::optional<int32_t> FakeHost::AskChoice(std::string_view,
     return a;
 }
 
+namespace {
+template <typename T>
+std::optional<T> TakeScripted(std::deque<std::optional<T>>& script) {
+    if (script.empty()) return std::nullopt;
+    auto a = script.front();
+    script.pop_front();
+    return a;
+}
+}  // namespace
+
+std::optional<PngSaveOptions> FakeHost::AskPngSaveOptions(const PngSaveOptions& initial) {
+    pngOptionRequests.push_back(initial);
+    return TakeScripted(pngOptionAnswers);
+}
+
+std::optional<BmpSaveOptions> FakeHost::AskBmpSaveOptions(const BmpSaveOptions& initial) {
+    bmpOptionRequests.push_back(initial);
+    return TakeScripted(bmpOptionAnswers);
+}
+
 TempFolder::TempFolder() {
     static std::atomic<int> counter{0};
     const char* base = std::getenv("BRV_TEST_TMP");

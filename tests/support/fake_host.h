@@ -35,12 +35,17 @@ public:
     std::vector<std::vector<PixelBuffer>> pictureRequests;  // what each chooser was shown
     std::vector<std::vector<std::string>> choiceRequests;
     std::vector<std::pair<int32_t, bool>> shownWindows;  // FID, quiet
+    std::vector<PngSaveOptions> pngOptionRequests;       // what each options box started with
+    std::vector<BmpSaveOptions> bmpOptionRequests;
 
     // Script.
     std::deque<int32_t> pictureAnswers;  // consumed one per chooser; 0 (cancel) when empty
     std::deque<std::optional<int32_t>> choiceAnswers;  // nullopt (cancel) when empty
     std::deque<Answer> answers;                        // consumed one per question
-    Answer defaultAnswer = Answer::No;                 // when the queue is empty
+    // Consumed one per options box; nullopt (cancel) when empty.
+    std::deque<std::optional<PngSaveOptions>> pngOptionAnswers;
+    std::deque<std::optional<BmpSaveOptions>> bmpOptionAnswers;
+    Answer defaultAnswer = Answer::No;  // when the queue is empty
     std::deque<std::optional<std::string>> textAnswers;
     std::deque<std::optional<std::string>> fileAnswers;
     Size frameClient{800, 600};
@@ -82,6 +87,8 @@ public:
     void ShowDocumentWindow(int32_t fid, bool bQuiet) override {
         shownWindows.emplace_back(fid, bQuiet);
     }
+    std::optional<PngSaveOptions> AskPngSaveOptions(const PngSaveOptions& initial) override;
+    std::optional<BmpSaveOptions> AskBmpSaveOptions(const BmpSaveOptions& initial) override;
     uint64_t FreePhysicalMemory() override { return freeMemory; }
     std::string TempFolder() override { return tempFolder; }
 };
