@@ -9,6 +9,7 @@
 #include "core/arith.h"
 #include "core/documents.h"
 #include "tools/stamp.h"
+#include "tools/tool_steps.h"
 
 namespace brv {
 
@@ -247,6 +248,19 @@ void RestoreUnselected(DocumentRecord& doc, int32_t lid, const RectI& rect) {
     }
 }
 
+void BracketedStep(const PaintContext& ctx, DocumentRecord& doc, int32_t fid, int32_t lid,
+                   const RectI& layerRect, const std::function<void()>& kernel) {
+    StrokeBackupMemo& memo = ctx.Freehand.Memo;
+    if (doc.OutlineCount < 1 || !HasLayer(doc, lid)) {
+        memo.Valid = false;
+        kernel();
+        return;
+    }
+    BackupForStep(doc, fid, lid, layerRect, memo);
+    kernel();
+    RestoreUnselected(doc, lid, layerRect);
+}
+
 void OffsetRectByLayer(RectI& rect, const DocumentRecord& doc, int32_t lid) {
     if (!HasLayer(doc, lid)) return;
     const LayerRecord& layer = doc.Layers[static_cast<size_t>(lid)];
@@ -294,8 +308,12 @@ CanvasActions PenStep(const PaintContext& ctx, int32_t fid, int32_t button, int3
         // The right button cancels a left drag: a shape goes back to the picture it was drawn
         // over, a selection is redrawn; a freehand stroke so far stays.
         LayerRecord& layer = doc->Layers[static_cast<size_t>(lid)];
-        if (IsShapeTool(tool) && SameSize(layer.Backup, layer.Pixels)) layer.Pixels = layer.Backup;
+        if (IsShapeTool(tool) && SameSize(layer.Backup, layer.Pixels)) {
+            layer.Pixels = layer.Backup;
+            out.RedrawAll = true;
+        }
         if (tool == 6 || tool == 9) out.RedrawAll = true;
+        fs.ShapeRect.reset();
         fs.DragState = 2;
         return out;
     }
@@ -357,8 +375,36 @@ CanvasActions PenStep(const PaintContext& ctx, int32_t fid, int32_t button, int3
             out.RefreshRect = StampStep(ctx, *doc, fid, lid, kPenKindGraphicPen, args);
             break;
         }
+        case 4:
+        case 7:
+        case 10:
+        case 14:
+            ShapePress(ctx, *doc, tool, ix, iy);
+            break;
+        case 5:
+            out = FillPress(ctx, *doc, ix, iy);
+            break;
+        case 8:
+            PickColor(state, fid, lid, x, y);
+            out.ShowPenState = true;
+            break;
+        case 11:
+        case 12:
+        case 13:
+        case 15: {
+            // Once per tick while held still, at once when moved: a tool held in one place
+            // goes on working.
+            if (tick == fs.LastTick && ix == x0 && iy == y0) return out;
+            const bool first = x0 == kNoPoint || y0 == kNoPoint;
+            out.RefreshRect =
+                RetouchStep(ctx, *doc, fid, tool, ix, iy, first ? ix : x0, first ? iy : y0);
+            break;
+        }
+        case 16:
+            // The hot spot moves on the release.
+            break;
         default:
-            // Fill, shapes, selection and the retouch tools have their own steps.
+            // The selection tools have their own steps.
             out.Handled = false;
             return out;
     }
@@ -409,8 +455,25 @@ CanvasActions CanvasDrag(const PaintContext& ctx, int32_t fid, int32_t button, i
             doc->VScrollPos = v0;
             out = PenStep(ctx, fid, kLeftButton, shift, x, y, clock);
             break;
-        default:
+        case 4:
+        case 10:
+        case 14:
+            out = ShapeDrag(ctx, *doc, fid, PenTool(*doc), x, y);
+            break;
+        case 7:
+            out = LayerMoveDrag(ctx, *doc, fid, x, y);
+            break;
+        case 8:
+            // The colour follows the pointer.
+            PickColor(state, fid, doc->ActiveLID, x, y);
+            out.ShowPenState = true;
+            break;
+        case 6:
+        case 9:
             out.Handled = false;
+            break;
+        default:
+            // The fill and the hot spot do nothing on a move.
             break;
     }
     if (doc->HScrollPos != h0 || doc->VScrollPos != v0) out.UpdateScrollBars = true;
@@ -437,7 +500,9 @@ CanvasActions CanvasUp(const PaintContext& ctx, int32_t fid, int32_t button, int
             if (recorder.Recording() && !recorder.PendingAction.empty())
                 RecordAction(recorder, state.ActiveFID, "-" + recorder.PendingAction, 0, {});
             recorder.PendingAction.clear();
-        } else if (tool == 6 || tool == 9 || tool == 16) {
+        } else if (tool == 16) {
+            out = HotspotUp(ctx, *doc, fid, x, y);
+        } else if (tool == 6 || tool == 9) {
             out.Handled = false;
         }
     }
@@ -455,6 +520,7 @@ CanvasActions CanvasUp(const PaintContext& ctx, int32_t fid, int32_t button, int
     fs.LastStampTime = 0;
     fs.DragState = 0;
     fs.Memo.Valid = false;
+    fs.ShapeRect.reset();
     return out;
 }
 

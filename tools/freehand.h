@@ -24,6 +24,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <utility>
 
 #include "core/action_log.h"
 #include "core/app_paths.h"
@@ -62,8 +63,12 @@ struct DrawPenArgs {
     PenParamTable Params;      // a copy of the whole PenParams
 };
 
-// The graphic pens by number, from 1: the stamp's picture, or nullptr beyond the list.
-using GraphicPenLookup = std::function<const PixelBuffer*(int32_t index)>;
+// A pattern library by number, from 1: the picture, or nullptr beyond the list. The graphic
+// pens' stamps and the fill tool's tiles are each one of these.
+using PatternLookup = std::function<const PixelBuffer*(int32_t index)>;
+using GraphicPenLookup = PatternLookup;
+// A picture as the action language writes it (EncodeByteImage), for the fill's recorded line.
+using PictureEncoder = std::function<std::string(const PixelBuffer& picture)>;
 
 // ---- kernels -------------------------------------------------------------------------------
 
@@ -85,6 +90,8 @@ std::string DrawPenLine(int32_t lid, int32_t kind, const DrawPenArgs& args);
 void RecordDrawPen(ActionRecorder& recorder, int32_t activeFid, int32_t lid, int32_t kind,
                    const DrawPenArgs& args);
 
+struct PaintContext;
+
 // ---- the selection bracket -----------------------------------------------------------------
 
 // With a selection (OutlineCount at least 1): Backup = Pixels, whole.
@@ -94,6 +101,11 @@ void BackupForStroke(DocumentRecord& doc, int32_t lid);
 // changed since the backup. Selection and Pixels share (x, y); the layer's offset plays no part.
 void RestoreUnselected(DocumentRecord& doc, int32_t lid);
 void RestoreUnselected(DocumentRecord& doc, int32_t lid, const RectI& rect);
+// One painted step in its bracket: with a selection the layer is backed up (within a stroke
+// only what the last step and this one can touch), kernel runs, and whatever it changed outside
+// the selection is put back. layerRect: what the kernel can change, in the layer's coordinates.
+void BracketedStep(const PaintContext& ctx, DocumentRecord& doc, int32_t fid, int32_t lid,
+                   const RectI& layerRect, const std::function<void()>& kernel);
 // Moves a rectangle from the layer's coordinates to the document's.
 void OffsetRectByLayer(RectI& rect, const DocumentRecord& doc, int32_t lid);
 
@@ -116,12 +128,24 @@ struct FreehandState {
     float PressX = 0.0f;
     float PressY = 0.0f;
     StrokeBackupMemo Memo;
+    // Where the shape in progress was last drawn (document coordinates), for the next refresh.
+    std::optional<RectI> ShapeRect;
 };
 
 struct PaintContext {
+    PaintContext(CoreState& state, FreehandState& freehand, GraphicPenLookup graphicPens = {},
+                 PatternLookup fillPatterns = {}, PictureEncoder encodePicture = {})
+        : State(state),
+          Freehand(freehand),
+          GraphicPens(std::move(graphicPens)),
+          FillPatterns(std::move(fillPatterns)),
+          EncodePicture(std::move(encodePicture)) {}
+
     CoreState& State;
     FreehandState& Freehand;
     GraphicPenLookup GraphicPens;
+    PatternLookup FillPatterns;    // FillPatternList
+    PictureEncoder EncodePicture;  // without one the fill's line carries an empty pattern
 };
 
 // What the canvas does after an event routine, in this order.
@@ -137,6 +161,7 @@ struct CanvasActions {
     std::string CursorFile;        // load this cursor file as the window's pointer
     bool DefaultCursor = false;    // give the window the default pointer back
     bool OpenContextMenu = false;  // RightMenu at the pointer
+    bool ShowPenState = false;     // the pen window shows the PenState again (a picked colour)
 };
 
 // On a press (any button), and from CanvasDrag for the freehand tools. x, y: the pointer in

@@ -81,17 +81,7 @@ void StampDisc(PixelBuffer& layer, int32_t x, int32_t y, int32_t size, int32_t c
                 px[3] = ToByte(px[3] - e);
                 continue;
             }
-            const double alpha = px[3];
-            const double sa = Round((255.0 - t) * a / 255.0);
-            const double da = Round(alpha * (1.0 - sa / 255.0));
-            const double n = da + sa;
-            if (n < 1.0) continue;
-            px[0] = ToByte(Round((sa / n) * blue + (da / n) * px[0]));
-            px[1] = ToByte(Round((sa / n) * green + (da / n) * px[1]));
-            px[2] = ToByte(Round((sa / n) * red + (da / n) * px[2]));
-            // Alpha adds the new coverage to the old alpha rather than composing it, so a
-            // half-covered pixel grows opaque faster than the colour mix suggests. Intended.
-            if (!bProtect) px[3] = ToByte(std::min(255.0, alpha + sa));
+            PaintCoverage(px, Round((255.0 - t) * a / 255.0), red, green, blue, bProtect);
         }
     }
 }
@@ -116,42 +106,11 @@ void DrawLineStamps(PixelBuffer& layer, int32_t x0, int32_t y0, int32_t x1, int3
         StampDisc(layer, ToInt32Clamped(px), ToInt32Clamped(py), size, color, transparency, bErase,
                   soft, bProtect);
     };
-    if (x0 == x1 && y0 == y1) {
-        stamp(x0, y0);
-        return;
-    }
-
-    // Walk the longer axis (x on a tie). The end given first is left out when skipping: after a
-    // swap that is the last step, otherwise the first.
-    const bool alongX = std::llabs(int64_t{x1} - x0) >= std::llabs(int64_t{y1} - y0);
-    int64_t a0 = alongX ? x0 : y0, b0 = alongX ? y0 : x0;
-    int64_t a1 = alongX ? x1 : y1, b1 = alongX ? y1 : x1;
-    const int64_t dropped = skip >= 1 ? 1 : 0;
-    int64_t first = a0 + dropped;
-    int64_t last = a1;
-    if (a0 > a1) {
-        std::swap(a0, a1);
-        std::swap(b0, b1);
-        first = a0;
-        last = a1 - dropped;
-    }
     // Discs whose footprint misses the picture along the walked axis change nothing; leave
     // them out so that a far-flung segment from an action line costs no more than the picture.
     const int64_t r = size / 2;
-    const int64_t side = alongX ? w : h;
-    first = std::max(first, r - size + 1);
-    last = std::min(last, side - 1 + r);
-
-    const double span = static_cast<double>(a1 - a0);
-    const double rise = static_cast<double>(b1 - b0);
-    for (int64_t a = first; a <= last; ++a) {
-        const int64_t bi =
-            RoundToInt(static_cast<double>(a - a0) / span * rise + static_cast<double>(b0));
-        if (alongX)
-            stamp(a, bi);
-        else
-            stamp(bi, a);
-    }
+    const LineWalkLimits limits{r - size + 1, int64_t{w} - 1 + r, int64_t{h} - 1 + r};
+    WalkLine(x0, y0, x1, y1, skip, limits, stamp);
 }
 
 RectI PatternRect(int32_t layerWidth, int32_t layerHeight, int32_t x, int32_t y, int32_t w,

@@ -10,8 +10,12 @@
 // are inclusive and in the same coordinates.
 #pragma once
 
+#include <algorithm>
 #include <cstdint>
+#include <cstdlib>
+#include <utility>
 
+#include "core/arith.h"
 #include "core/pixel_buffer.h"
 #include "core/settings.h"
 
@@ -33,6 +37,72 @@ void StampDisc(PixelBuffer& layer, int32_t x, int32_t y, int32_t size, int32_t c
 // box grown by size div 2 + 1 on each side, each edge clamped into the picture.
 RectI LineStampsRect(int32_t w, int32_t h, int32_t x0, int32_t y0, int32_t x1, int32_t y1,
                      int32_t size);
+
+// Lays a coverage sa over one pixel (px[0] blue .. px[3] alpha) in the colour (red, green,
+// blue): the colour is composed over the old one, while alpha simply adds the new coverage to the
+// old alpha, so a half-covered pixel grows opaque faster than the colour mix suggests. Intended.
+// bProtect keeps alpha.
+inline void PaintCoverage(uint8_t* px, double sa, int32_t red, int32_t green, int32_t blue,
+                          bool bProtect) {
+    auto toByte = [](double v) -> uint8_t {
+        // Only a colour or opacity outside its range (a hand-made action line) leaves a byte.
+        if (!(v >= 0.0)) return 0;
+        return static_cast<uint8_t>(std::min(v, 255.0));
+    };
+    const double alpha = px[3];
+    const double da = Round(alpha * (1.0 - sa / 255.0));
+    const double n = da + sa;
+    if (n < 1.0) return;
+    px[0] = toByte(Round((sa / n) * blue + (da / n) * px[0]));
+    px[1] = toByte(Round((sa / n) * green + (da / n) * px[1]));
+    px[2] = toByte(Round((sa / n) * red + (da / n) * px[2]));
+    if (!bProtect) px[3] = toByte(std::min(255.0, alpha + sa));
+}
+
+// Where a line walk may stop early: along the walked axis only positions in low .. highX (when
+// x is walked) or low .. highY are visited. Anything outside lies wholly off the picture.
+struct LineWalkLimits {
+    int64_t low = INT32_MIN;
+    int64_t highX = INT32_MAX;
+    int64_t highY = INT32_MAX;
+};
+
+// The points of a segment in the order DrawLineStamps lays them: one step of the longer axis
+// (x on a tie) at a time, ascending, the other coordinate rounded. With skip at least 1 the end
+// given first is left out. visit(int64_t x, int64_t y).
+template <class Visit>
+void WalkLine(int32_t x0, int32_t y0, int32_t x1, int32_t y1, int32_t skip,
+              const LineWalkLimits& limits, Visit&& visit) {
+    if (x0 == x1 && y0 == y1) {
+        visit(int64_t{x0}, int64_t{y0});
+        return;
+    }
+    const bool alongX = std::llabs(int64_t{x1} - x0) >= std::llabs(int64_t{y1} - y0);
+    int64_t a0 = alongX ? x0 : y0, b0 = alongX ? y0 : x0;
+    int64_t a1 = alongX ? x1 : y1, b1 = alongX ? y1 : x1;
+    const int64_t dropped = skip >= 1 ? 1 : 0;
+    int64_t first = a0 + dropped;
+    int64_t last = a1;
+    // After a swap the end given first is the last step, otherwise the first.
+    if (a0 > a1) {
+        std::swap(a0, a1);
+        std::swap(b0, b1);
+        first = a0;
+        last = a1 - dropped;
+    }
+    first = std::max(first, limits.low);
+    last = std::min(last, alongX ? limits.highX : limits.highY);
+    const double span = static_cast<double>(a1 - a0);
+    const double rise = static_cast<double>(b1 - b0);
+    for (int64_t a = first; a <= last; ++a) {
+        const int64_t b =
+            RoundToInt(static_cast<double>(a - a0) / span * rise + static_cast<double>(b0));
+        if (alongX)
+            visit(a, b);
+        else
+            visit(b, a);
+    }
+}
 
 // Discs along the segment from (x0, y0) to (x1, y1), one for each step of the longer axis.
 // With skip at least 1 the end given first, (x0, y0), gets no disc: a stroke lays each segment
