@@ -12,8 +12,7 @@ namespace brv {
 namespace {
 
 // Per-pixel state of a fill, one byte each.
-constexpr uint8_t kTested = 1;  // FillMatches has been asked
-constexpr uint8_t kMatch = 2;   // ... and said yes
+constexpr uint8_t kMatch = 2;  // FillMatches says yes
 constexpr uint8_t kFilled = 4;
 constexpr uint8_t kQueued = 8;
 
@@ -39,7 +38,8 @@ public:
           w_(layer.Width()),
           h_(layer.Height()),
           tolerance_(tolerance),
-          state_(static_cast<size_t>(w_) * static_cast<size_t>(h_), 0) {
+          state_(static_cast<size_t>(w_) * static_cast<size_t>(h_), 0),
+          rowTested_(static_cast<size_t>(h_), 0) {
         std::memcpy(seed_, layer.PixelPtr(x, y), 4);
         seedWord_ = Word(seed_);
     }
@@ -93,14 +93,23 @@ private:
     void Mark(int32_t x, int32_t y, uint8_t bit) { state_[Index(x, y)] |= bit; }
 
     bool Holds(int32_t x, int32_t y) {
-        uint8_t& s = state_[Index(x, y)];
-        if (!(s & kTested)) {
-            const uint8_t* p = layer_.PixelPtr(x, y);
-            const bool match =
-                Word(p) == seedWord_ ? tolerance_ >= 0 : FillMatches(p, seed_, tolerance_);
-            s |= static_cast<uint8_t>(kTested | (match ? kMatch : 0));
+        if (!rowTested_[static_cast<size_t>(y)]) TestRow(y);
+        return (state_[Index(x, y)] & kMatch) != 0;
+    }
+
+    // A row is tested whole the first time the fill reaches it: one tight loop, where the
+    // pixels equal to the seed (the common case) need no arithmetic.
+    void TestRow(int32_t y) {
+        rowTested_[static_cast<size_t>(y)] = 1;
+        const uint8_t* p = layer_.Row(y);
+        uint8_t* s = &state_[Index(0, y)];
+        const uint8_t same = tolerance_ >= 0 ? kMatch : 0;
+        for (int32_t x = 0; x < w_; ++x, p += 4) {
+            if (Word(p) == seedWord_)
+                s[x] |= same;
+            else if (FillMatches(p, seed_, tolerance_))
+                s[x] |= kMatch;
         }
-        return (s & kMatch) != 0;
     }
 
     void Enqueue(std::vector<Point>& queue, Point& lastQueued, int32_t x, int32_t y) {
@@ -115,6 +124,7 @@ private:
     int32_t w_, h_;
     int32_t tolerance_;
     std::vector<uint8_t> state_;
+    std::vector<uint8_t> rowTested_;
     uint8_t seed_[4];
     uint32_t seedWord_;
 };
