@@ -56,29 +56,32 @@ public:
             // A point on a run that is already filled adds nothing: its whole run was filled
             // and both neighbouring rows were scanned then.
             if (Has(p.x, p.y, kFilled)) continue;
+            const uint8_t* row = RowState(p.y);
             int32_t left = p.x;
             int32_t right = p.x;
-            while (left > 0 && Holds(left - 1, p.y))
+            while (left > 0 && (row[left - 1] & kMatch))
                 --left;
-            while (right < w_ - 1 && Holds(right + 1, p.y))
+            while (right < w_ - 1 && (row[right + 1] & kMatch))
                 ++right;
-            uint8_t* row = &state_[Index(0, p.y)];
-            for (int32_t i = left; i <= right; ++i)
-                row[i] |= kFilled;
+            std::memset(&state_[Index(left, p.y)], kMatch | kFilled,
+                        static_cast<size_t>(right - left + 1));
             spans.push_back({p.y, left, right});
             for (int32_t ny : {p.y - 1, p.y + 1}) {
                 if (ny < 0 || ny >= h_) continue;
                 // Each maximal run of the neighbouring row inside left .. right gives one
                 // point, its right end.
-                bool run = false;
+                const uint8_t* next = RowState(ny);
                 for (int32_t i = left; i <= right; ++i) {
-                    if (Holds(i, ny)) {
-                        run = true;
-                        if (i == right) Enqueue(queue, lastQueued, i, ny);
-                    } else {
-                        if (run) Enqueue(queue, lastQueued, i - 1, ny);
-                        run = false;
+                    if (!(next[i] & kMatch)) continue;
+                    // A filled pixel's whole run is filled: it would be refused.
+                    if (next[i] & kFilled) {
+                        while (i < right && (next[i + 1] & kMatch))
+                            ++i;
+                        continue;
                     }
+                    while (i < right && (next[i + 1] & kMatch))
+                        ++i;
+                    Enqueue(queue, lastQueued, i, ny);
                 }
             }
         }
@@ -92,9 +95,11 @@ private:
     bool Has(int32_t x, int32_t y, uint8_t bit) const { return (state_[Index(x, y)] & bit) != 0; }
     void Mark(int32_t x, int32_t y, uint8_t bit) { state_[Index(x, y)] |= bit; }
 
-    bool Holds(int32_t x, int32_t y) {
+    bool Holds(int32_t x, int32_t y) { return (RowState(y)[x] & kMatch) != 0; }
+
+    const uint8_t* RowState(int32_t y) {
         if (!rowTested_[static_cast<size_t>(y)]) TestRow(y);
-        return (state_[Index(x, y)] & kMatch) != 0;
+        return &state_[Index(0, y)];
     }
 
     // A row is tested whole the first time the fill reaches it: one tight loop, where the
@@ -204,18 +209,23 @@ void FloodFill(PixelBuffer& layer, int32_t x, int32_t y, const PixelBuffer& patt
         const uint8_t* patRow = pattern.Row(s.y % ph);
         uint8_t* px = layer.PixelPtr(s.left, s.y);
         int32_t u = s.left % pw;
-        uint32_t lastIn = 0, lastPat = 0, lastOut = 0;
-        bool have = false;
-        for (int32_t i = s.left; i <= s.right; ++i, px += 4) {
-            const uint32_t in = Word(px);
-            const uint32_t pat = Word(patRow + 4 * u);
-            if (!have || in != lastIn || pat != lastPat) {
-                lastOut = cache.Paint(in, pat);
-                lastIn = in;
-                lastPat = pat;
-                have = true;
+        if (pw == 1) {
+            // One colour: runs of equal pixels are painted alike.
+            const uint32_t pat = Word(patRow);
+            for (int32_t i = s.left; i <= s.right;) {
+                const uint32_t in = Word(px);
+                const uint32_t out = cache.Paint(in, pat);
+                do {
+                    std::memcpy(px, &out, 4);
+                    px += 4;
+                    ++i;
+                } while (i <= s.right && Word(px) == in);
             }
-            std::memcpy(px, &lastOut, 4);
+            continue;
+        }
+        for (int32_t i = s.left; i <= s.right; ++i, px += 4) {
+            const uint32_t out = cache.Paint(Word(px), Word(patRow + 4 * u));
+            std::memcpy(px, &out, 4);
             if (++u == pw) u = 0;
         }
     }
