@@ -12,14 +12,9 @@ namespace brv {
 
 namespace {
 
-int32_t Saturate(int64_t v) {
-    return static_cast<int32_t>(Clamp<int64_t>(v, std::numeric_limits<int32_t>::min(),
-                                               std::numeric_limits<int32_t>::max()));
-}
-
 // |v| of a value that may come from a hand-made action line.
 int32_t Magnitude(int32_t v) {
-    return Saturate(std::llabs(int64_t{v}));
+    return SaturateToInt32(std::llabs(int64_t{v}));
 }
 
 uint8_t ClampByte(int64_t v) {
@@ -32,10 +27,10 @@ bool IsEmpty(const RectI& r) {
 
 RectI GrownBox(int32_t w, int32_t h, int64_t ax, int64_t ay, int64_t bx, int64_t by,
                int64_t lowGrow, int64_t highGrow) {
-    return {Saturate(std::max<int64_t>(std::min(ax, bx) - lowGrow, 0)),
-            Saturate(std::max<int64_t>(std::min(ay, by) - lowGrow, 0)),
-            Saturate(std::min<int64_t>(std::max(ax, bx) + highGrow, int64_t{w} - 1)),
-            Saturate(std::min<int64_t>(std::max(ay, by) + highGrow, int64_t{h} - 1))};
+    return {SaturateToInt32(std::max<int64_t>(std::min(ax, bx) - lowGrow, 0)),
+            SaturateToInt32(std::max<int64_t>(std::min(ay, by) - lowGrow, 0)),
+            SaturateToInt32(std::min<int64_t>(std::max(ax, bx) + highGrow, int64_t{w} - 1)),
+            SaturateToInt32(std::min<int64_t>(std::max(ay, by) + highGrow, int64_t{h} - 1))};
 }
 
 // A copy of the layer's pixels in a rectangle (inside the layer), read by layer coordinates.
@@ -82,7 +77,7 @@ StrokeMask MakeStrokeMask(int32_t layerWidth, int32_t layerHeight, int32_t x, in
     if (IsEmpty(mask.Box)) return mask;
     mask.Pixels =
         PixelBuffer(mask.Box.right - mask.Box.left + 1, mask.Box.bottom - mask.Box.top + 1);
-    auto rel = [](int32_t v, int32_t origin) { return Saturate(int64_t{v} - origin); };
+    auto rel = [](int32_t v, int32_t origin) { return SaturateToInt32(int64_t{v} - origin); };
     RectI unused;
     DrawLineStamps(mask.Pixels, rel(x, mask.Box.left), rel(y, mask.Box.top), rel(x0, mask.Box.left),
                    rel(y0, mask.Box.top), size, 255, transparency, unused, false, 1, 0, false);
@@ -119,9 +114,9 @@ void BrightnessStroke(PixelBuffer& layer, int32_t x, int32_t y, int32_t x0, int3
 void ScumbleStroke(PixelBuffer& layer, int32_t x, int32_t y, int32_t x0, int32_t y0, int32_t size,
                    int32_t strength, RectI& retRect, bool bProtect) {
     const int32_t s = Magnitude(strength);
-    const StrokeMask mask =
-        MakeStrokeMask(layer.Width(), layer.Height(), x, y, x0, y0, size,
-                       AdjustTransparency(Saturate(255 - int64_t{s}), size), RetouchMargin(size));
+    const StrokeMask mask = MakeStrokeMask(
+        layer.Width(), layer.Height(), x, y, x0, y0, size,
+        AdjustTransparency(SaturateToInt32(255 - int64_t{s}), size), RetouchMargin(size));
     retRect = mask.Box;
     if (mask.Empty()) return;
     const int32_t w = layer.Width();
@@ -189,10 +184,10 @@ void FingerStroke(PixelBuffer& layer, int32_t x0, int32_t y0, int32_t x, int32_t
     const int64_t r = size / 2;
     // The block at the segment's start, as it was before the stroke; only its part inside the
     // layer can be a source.
-    const RectI src{Saturate(std::max<int64_t>(int64_t{x0} - r, 0)),
-                    Saturate(std::max<int64_t>(int64_t{y0} - r, 0)),
-                    Saturate(std::min<int64_t>(int64_t{x0} - r + size - 1, w - 1)),
-                    Saturate(std::min<int64_t>(int64_t{y0} - r + size - 1, h - 1))};
+    const RectI src{SaturateToInt32(std::max<int64_t>(int64_t{x0} - r, 0)),
+                    SaturateToInt32(std::max<int64_t>(int64_t{y0} - r, 0)),
+                    SaturateToInt32(std::min<int64_t>(int64_t{x0} - r + size - 1, w - 1)),
+                    SaturateToInt32(std::min<int64_t>(int64_t{y0} - r + size - 1, h - 1))};
     if (IsEmpty(src)) return;
     const Snapshot snap(layer, src);
     // src = start + (i - r), dst = point + (i - r); i ranges where both are inside.
@@ -230,7 +225,7 @@ void AlphaStroke(PixelBuffer& layer, int32_t x, int32_t y, int32_t x0, int32_t y
     const int32_t s = Magnitude(strength);
     // Without soft the bar's value is the target under the whole footprint, so the mask is
     // laid at full force and only tells where the stroke is.
-    const double t = soft != 0 ? AdjustTransparency(Saturate(255 - int64_t{s}), size) : 0.0;
+    const double t = soft != 0 ? AdjustTransparency(SaturateToInt32(255 - int64_t{s}), size) : 0.0;
     const StrokeMask mask =
         MakeStrokeMask(layer.Width(), layer.Height(), x, y, x0, y0, size, t, AlphaToolMargin(size));
     retRect = mask.Box;

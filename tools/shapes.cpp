@@ -9,14 +9,7 @@
 
 namespace brv {
 
-namespace {
-
-int32_t Saturate(int64_t v) {
-    return static_cast<int32_t>(Clamp<int64_t>(v, std::numeric_limits<int32_t>::min(),
-                                               std::numeric_limits<int32_t>::max()));
-}
-
-}  // namespace
+namespace {}  // namespace
 
 void DrawRectangle(PixelBuffer& layer, int32_t x0, int32_t y0, int32_t x1, int32_t y1, int32_t size,
                    int32_t color, int32_t opacity, RectI& retRect, int32_t soft, bool bProtect) {
@@ -25,8 +18,8 @@ void DrawRectangle(PixelBuffer& layer, int32_t x0, int32_t y0, int32_t x1, int32
     const double radius = static_cast<double>(std::max(std::llabs(lo), std::llabs(hi)) + 1);
     const int64_t left = std::min(x0, x1), right = std::max(x0, x1);
     const int64_t top = std::min(y0, y1), bottom = std::max(y0, y1);
-    retRect = {Saturate(left + lo), Saturate(top + lo), Saturate(right + hi),
-               Saturate(bottom + hi)};
+    retRect = {SaturateToInt32(left + lo), SaturateToInt32(top + lo), SaturateToInt32(right + hi),
+               SaturateToInt32(bottom + hi)};
     const int32_t red = color & 255;
     const int32_t green = (color & 65535) / 256;
     const int32_t blue = color / 65536;
@@ -113,9 +106,10 @@ void DrawEllipse(PixelBuffer& layer, int32_t x0, int32_t y0, int32_t x1, int32_t
 
 RectI EllipseRect(int32_t x0, int32_t y0, int32_t x1, int32_t y1, int32_t size) {
     const int64_t reach = std::llabs(int64_t{size}) / 2 + 1;
-    return {
-        Saturate(int64_t{std::min(x0, x1)} - reach), Saturate(int64_t{std::min(y0, y1)} - reach),
-        Saturate(int64_t{std::max(x0, x1)} + reach), Saturate(int64_t{std::max(y0, y1)} + reach)};
+    return {SaturateToInt32(int64_t{std::min(x0, x1)} - reach),
+            SaturateToInt32(int64_t{std::min(y0, y1)} - reach),
+            SaturateToInt32(int64_t{std::max(x0, x1)} + reach),
+            SaturateToInt32(int64_t{std::max(y0, y1)} + reach)};
 }
 
 std::optional<Bgra> PickColorAt(const DocumentRecord& doc, int32_t x, int32_t y) {

@@ -11,11 +11,6 @@ namespace brv {
 
 namespace {
 
-int32_t ToInt32Clamped(int64_t v) {
-    return static_cast<int32_t>(Clamp<int64_t>(v, std::numeric_limits<int32_t>::min(),
-                                               std::numeric_limits<int32_t>::max()));
-}
-
 uint8_t ToByte(double v) {
     // Only a colour or transparency outside its range, which only a hand-made action line
     // can carry, takes a result past a byte.
@@ -103,8 +98,8 @@ void DrawLineStamps(PixelBuffer& layer, int32_t x0, int32_t y0, int32_t x1, int3
     retRect = LineStampsRect(w, h, x0, y0, x1, y1, size);
     if (size <= 0) return;
     auto stamp = [&](int64_t px, int64_t py) {
-        StampDisc(layer, ToInt32Clamped(px), ToInt32Clamped(py), size, color, transparency, bErase,
-                  soft, bProtect);
+        StampDisc(layer, SaturateToInt32(px), SaturateToInt32(py), size, color, transparency,
+                  bErase, soft, bProtect);
     };
     // Discs whose footprint misses the picture along the walked axis change nothing; leave
     // them out so that a far-flung segment from an action line costs no more than the picture.
@@ -117,9 +112,9 @@ RectI PatternRect(int32_t layerWidth, int32_t layerHeight, int32_t x, int32_t y,
                   int32_t h) {
     const int64_t ox = int64_t{x} - w / 2;
     const int64_t oy = int64_t{y} - h / 2;
-    return {ToInt32Clamped(std::max<int64_t>(ox, 0)), ToInt32Clamped(std::max<int64_t>(oy, 0)),
-            ToInt32Clamped(std::min<int64_t>(ox + w - 1, int64_t{layerWidth} - 1)),
-            ToInt32Clamped(std::min<int64_t>(oy + h - 1, int64_t{layerHeight} - 1))};
+    return {SaturateToInt32(std::max<int64_t>(ox, 0)), SaturateToInt32(std::max<int64_t>(oy, 0)),
+            SaturateToInt32(std::min<int64_t>(ox + w - 1, int64_t{layerWidth} - 1)),
+            SaturateToInt32(std::min<int64_t>(oy + h - 1, int64_t{layerHeight} - 1))};
 }
 
 void StampPattern(PixelBuffer& layer, int32_t x, int32_t y, const PixelBuffer& pattern,

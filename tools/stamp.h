@@ -38,6 +38,12 @@ void StampDisc(PixelBuffer& layer, int32_t x, int32_t y, int32_t size, int32_t c
 RectI LineStampsRect(int32_t w, int32_t h, int32_t x0, int32_t y0, int32_t x1, int32_t y1,
                      int32_t size);
 
+// A wide intermediate back to 32 bits, saturating: only a hand-made action line's numbers reach
+// the limits.
+inline int32_t SaturateToInt32(int64_t v) {
+    return static_cast<int32_t>(Clamp<int64_t>(v, INT32_MIN, INT32_MAX));
+}
+
 // Lays a coverage sa over one pixel (px[0] blue .. px[3] alpha) in the colour (red, green,
 // blue): the colour is composed over the old one, while alpha simply adds the new coverage to the
 // old alpha, so a half-covered pixel grows opaque faster than the colour mix suggests. Intended.

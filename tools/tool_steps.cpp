@@ -31,11 +31,6 @@ std::string Num(int64_t v) {
     return std::to_string(v);
 }
 
-int32_t Saturate(int64_t v) {
-    return static_cast<int32_t>(Clamp<int64_t>(v, std::numeric_limits<int32_t>::min(),
-                                               std::numeric_limits<int32_t>::max()));
-}
-
 RectI Union(const RectI& a, const RectI& b) {
     return {std::min(a.left, b.left), std::min(a.top, b.top), std::max(a.right, b.right),
             std::max(a.bottom, b.bottom)};
@@ -98,8 +93,8 @@ CanvasActions FillPress(const PaintContext& ctx, DocumentRecord& doc, int32_t ix
         wy += int64_t{active.OffsetY} - below.OffsetY;
     }
     BackupForStroke(doc, work);
-    FloodFill(doc.Layers[static_cast<size_t>(work)].Pixels, Saturate(wx), Saturate(wy), *pattern,
-              255 - p(5, 2), p(5, 1), 0);
+    FloodFill(doc.Layers[static_cast<size_t>(work)].Pixels, SaturateToInt32(wx),
+              SaturateToInt32(wy), *pattern, 255 - p(5, 2), p(5, 1), 0);
     if (lower) {
         LayerRecord& active = doc.Layers[static_cast<size_t>(lid)];
         LandOnActiveLayer(active, doc.Layers[static_cast<size_t>(work)]);
@@ -116,7 +111,7 @@ CanvasActions FillPress(const PaintContext& ctx, DocumentRecord& doc, int32_t ix
     if (state.Recorder.Recording()) {
         // With a plain colour the blend field holds the bar's value, with a tile its
         // complement; a player always takes 255 minus the field. Intended.
-        const int32_t blendField = p(5, 3) == 0 ? p(5, 2) : Saturate(255 - int64_t{p(5, 2)});
+        const int32_t blendField = p(5, 3) == 0 ? p(5, 2) : SaturateToInt32(255 - int64_t{p(5, 2)});
         RecordAction(state.Recorder, state.ActiveFID, "PenFill", lid,
                      {Num(ix), Num(iy), ctx.EncodePicture ? ctx.EncodePicture(*pattern) : "",
                       Num(blendField), Num(p(5, 1)), "255", Num(p(5, 4))});
@@ -243,7 +238,7 @@ CanvasActions ShapeDrag(const PaintContext& ctx, DocumentRecord& doc, int32_t fi
         args = {Num(ax),    Num(ay), Num(x1),   Num(y1),     Num(size),
                 Num(color), Num(t),  Num(soft), Num(protect)};
     } else if (tool == 10) {
-        const int32_t opacity = Saturate(255 - int64_t{pen->PenTransparency});
+        const int32_t opacity = SaturateToInt32(255 - int64_t{pen->PenTransparency});
         DrawRectangle(layer.Pixels, ax, ay, x1, y1, size, color, opacity, rect, soft, protect != 0);
         name = "*PenRect";
         args = {Num(ax),    Num(ay),      Num(x1),   Num(y1),     Num(size),
@@ -279,8 +274,10 @@ CanvasActions LayerMoveDrag(const PaintContext& ctx, DocumentRecord& doc, int32_
     LayerRecord* pen = PenLayer(doc);
     if (!pen || !HasLayer(doc, lid)) return out;
     LayerRecord& layer = doc.Layers[static_cast<size_t>(lid)];
-    layer.OffsetX = Saturate(int64_t{ViewToImageXEx(state, fid, x, -1, 0)} - pen->PenParams(7, 1));
-    layer.OffsetY = Saturate(int64_t{ViewToImageYEx(state, fid, y, -1, 0)} - pen->PenParams(7, 2));
+    layer.OffsetX =
+        SaturateToInt32(int64_t{ViewToImageXEx(state, fid, x, -1, 0)} - pen->PenParams(7, 1));
+    layer.OffsetY =
+        SaturateToInt32(int64_t{ViewToImageYEx(state, fid, y, -1, 0)} - pen->PenParams(7, 2));
     out.RedrawAll = true;
     if (state.Recorder.Recording())
         state.Recorder.PendingAction =
