@@ -69,6 +69,18 @@ std::optional<PixelBuffer> EfChangeColor::Calc(const PixelBuffer& SData, EffectE
     std::swap(target[0], target[2]);
     std::swap(use[0], use[2]);
 
+    // Each formula depends on one byte value: computed once per value, not per pixel.
+    // blend[k][v]: "合成" of value v on channel k; shade[k][m]: the target shaded by m / 255.
+    int64_t blend[4][256], shade[3][256];
+    for (int k = 0; k < 4; ++k)
+        for (int v = 0; v < 256; ++v) {
+            blend[k][v] =
+                static_cast<int64_t>(Round((1 - rate) * v + static_cast<double>(target[k]) * rate));
+            if (k < 3)
+                shade[k][v] =
+                    static_cast<int64_t>(Round(v / 255.0 * static_cast<double>(target[k])));
+        }
+
     return MapPixels(SData, [&](const uint8_t* in, uint8_t* out) {
         bool match = true;
         for (int k = 0; k < 4; ++k)
@@ -82,8 +94,7 @@ std::optional<PixelBuffer> EfChangeColor::Calc(const PixelBuffer& SData, EffectE
         if (!replace) {
             // "合成" ignores "単一色".
             for (int k = 0; k < 4; ++k)
-                ok &= StoreByte(out[k],
-                                static_cast<int64_t>(Round((1 - rate) * in[k] + target[k] * rate)));
+                ok &= StoreByte(out[k], blend[k][in[k]]);
         } else {
             if (flat) {
                 for (int k = 0; k < 3; ++k)
@@ -91,8 +102,7 @@ std::optional<PixelBuffer> EfChangeColor::Calc(const PixelBuffer& SData, EffectE
             } else {
                 const int m = std::max({in[0], in[1], in[2]});
                 for (int k = 0; k < 3; ++k)
-                    ok &= StoreByte(out[k], static_cast<int64_t>(
-                                                Round(m / 255.0 * static_cast<double>(target[k]))));
+                    ok &= StoreByte(out[k], shade[k][m]);
             }
             ok &= StoreByte(out[3], target[3]);
         }
