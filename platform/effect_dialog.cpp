@@ -3,6 +3,8 @@
 #include <QButtonGroup>
 #include <QGridLayout>
 #include <QHBoxLayout>
+#include <QMainWindow>
+#include <QMenuBar>
 #include <QPainter>
 #include <QVBoxLayout>
 
@@ -299,11 +301,20 @@ int32_t RunEffectMenuCommand(const EffectMenuContext& ctx, std::string_view capt
     const std::string_view name = EffectNameForMenuCaption(caption);
     const int32_t fid = ctx.core.ActiveFID;
     const DocumentRecord* doc = ctx.core.Doc(fid);
-    if (name.empty() || !doc) return 0;
+    // A run lets events through (the progress bar): the menu must not start a second one.
+    if (name.empty() || !doc || ctx.fx.IsUIMode || ctx.fx.IsCalculating) return 0;
     EffectHooks hooks;
     hooks.ShowDialog = MakeEffectDialogRunner(ctx.frame, ctx.core, ctx.host, ctx.fx, ctx.redraw);
     hooks.RedrawDocument = ctx.redraw;
-    // The dialogs are application-modal, which keeps the frame and the pen window still.
+    // The dialog is application-modal and a child of the frame, so the frame itself must stay
+    // enabled: its document area and menu bar are what go still.
+    QWidget* frame = ctx.frame;
+    hooks.EnableWindows = [frame](bool on) {
+        auto* main = qobject_cast<QMainWindow*>(frame);
+        if (!main) return;
+        if (main->centralWidget()) main->centralWidget()->setEnabled(on);
+        if (main->menuBar()) main->menuBar()->setEnabled(on);
+    };
     return RunEffect(ctx.core, ctx.host, ctx.fx, hooks, fid, doc->ActiveLID, name, std::nullopt);
 }
 

@@ -2,6 +2,7 @@
 // run and its undo step.
 #include <QApplication>
 #include <QDir>
+#include <QMenuBar>
 #include <QPainter>
 #include <QTimer>
 #include <QtTest>
@@ -103,6 +104,7 @@ private slots:
         WhenDialogOpens([&](EffectDialog* dialog) {
             acted = true;
             QCOMPARE(dialog->windowTitle(), QStringLiteral("RGB調整"));
+            QVERIFY(!f.app.Frame().menuBar()->isEnabled());
             EffectPreview* preview = dialog->PreviewWindow();
             QVERIFY(preview && preview->isVisible());
             // The first run of the program keeps both boxes off: the button computes.
@@ -122,6 +124,7 @@ private slots:
         });
         QCOMPARE(RunEffectMenuCommand(f.Context(), "RGBA調整"), 0);
         QVERIFY(acted);
+        QVERIFY(f.app.Frame().menuBar()->isEnabled());
         QCOMPARE(doc.UndoPos, undoBefore + 1);
         QCOMPARE(doc.Layers[1].Pixels.Get(40, 30), (Bgra{100, 140, 255, 255}));
         QCOMPARE(doc.Layers[1].Pixels.Get(0, 0), (Bgra{160, 20, 140, 0}));
