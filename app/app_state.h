@@ -5,7 +5,9 @@
 
 #include "colour/palette.h"
 #include "core/core_state.h"
+#include "effects/effect.h"
 #include "tools/freehand.h"
+#include "tools/pattern_library.h"
 
 namespace brv {
 
@@ -16,6 +18,10 @@ struct AppState {
     bool LoadingLibrary = false;
     // The canvas's drag state, one for the whole program.
     FreehandState Freehand;
+    // The graphic pens' stamps and the fill tool's tiles.
+    PatternLibraries Patterns;
+    // The effect dialogs' shared state: the busy flags, the preview's seed and place.
+    EffectState Effects;
 };
 
 }  // namespace brv

@@ -12,6 +12,9 @@
 #include "core/settings.h"
 #include "core/undo_store.h"
 #include "core/view_render.h"
+#include "effects/ef_dither.h"
+#include "effects/effect_table.h"
+#include "platform/effect_dialog.h"
 #include "platform/main_window.h"
 #include "platform/new_image_dialog.h"
 #include "platform/qt_text.h"
@@ -21,7 +24,11 @@ namespace brv {
 
 Application::Application(std::string appFolder, const ScreenMetrics& screen) {
     report_ = StartApplication(state_, appFolder, screen);
+    const PictureLoader loader = PatternPictureLoader();
+    LoadGraphicPens(state_.Core.Paths, state_.Patterns, loader, state_.LoadingLibrary);
+    LoadFillPatterns(state_.Core.Paths, state_.Patterns, loader, state_.LoadingLibrary);
     frame_ = std::make_unique<MainWindow>(*this);
+    frame_->Pen()->DrawPatternLists();
     host_.AttachFrame(frame_.get());
     files_ = std::make_unique<FileCommands>(state_, host_);
     files_->RefreshWindows = [this](int32_t fid) { frame_->RefreshToolWindows(fid); };
@@ -46,8 +53,13 @@ void Application::Start(const std::string& commandLine) {
     }
 }
 
-bool Application::IsAvailable(Command command) {
+bool Application::IsAvailable(Command command, std::string_view caption) {
     switch (command) {
+        case Command::Effect:
+            return IsEffectMenuEntryAvailable(caption);
+        case Command::CountColors:
+        case Command::TogglePenWindow:
+            return true;
         case Command::NewImage:
         case Command::Open:
         case Command::RecentFile:
@@ -93,7 +105,8 @@ bool Application::IsAvailable(Command command) {
 }
 
 void Application::RunCommand(Command command, double argument, const std::string& caption) {
-    (void)caption;
+    // An effect's dialog or computation is under way: the menus wait for it.
+    if (state_.Effects.IsUIMode || state_.Effects.IsCalculating) return;
     CoreState& core = state_.Core;
     DocumentRecord* doc = core.Doc(core.ActiveFID);
     switch (command) {
@@ -192,6 +205,21 @@ void Application::RunCommand(Command command, double argument, const std::string
             break;
         case Command::LayOutToolWindows:
             frame_->LayOutToolWindows();
+            break;
+        case Command::Effect:
+            if (doc)
+                RunEffectMenuCommand({frame_.get(), core, host_, state_.Effects,
+                                      [this](int32_t fid) {
+                                          frame_->RefreshActiveDocument();
+                                          frame_->RefreshToolWindows(fid);
+                                      }},
+                                     caption);
+            break;
+        case Command::CountColors:
+            if (doc) CountColorsCommand(core, host_, core.ActiveFID);
+            break;
+        case Command::TogglePenWindow:
+            frame_->ToggleToolWindow(command);
             break;
         case Command::Help:
             QDesktopServices::openUrl(QUrl::fromLocalFile(ToQ(core.Paths.HelpDir + "index.htm")));

@@ -33,7 +33,8 @@ public:
     const StartupReport& Report() const { return report_; }
 
     // Whether a command has something behind it yet; the rest stay disabled in the menus.
-    static bool IsAvailable(Command command);
+    // Effect entries are told apart by their caption.
+    static bool IsAvailable(Command command, std::string_view caption = {});
     void RunCommand(Command command, double argument, const std::string& caption);
 
     // New image dialog, then a document of that size. Returns the FID or 0.

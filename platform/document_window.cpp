@@ -5,6 +5,7 @@
 #include <QPainter>
 #include <QStyle>
 
+#include "actions/action_codec.h"
 #include "core/compositor.h"
 #include "core/documents.h"
 #include "core/sprites.h"
@@ -222,8 +223,12 @@ int32_t ShiftOf(Qt::KeyboardModifiers m) {
 
 PaintContext DocumentCanvas::Context() {
     AppState& s = app_.State();
-    // The graphic pens' pictures join with the pattern libraries.
-    return PaintContext{s.Core, s.Freehand, [](int32_t) -> const PixelBuffer* { return nullptr; }};
+    const PatternLibraries* patterns = &s.Patterns;
+    return PaintContext{
+        s.Core, s.Freehand,
+        [patterns](int32_t i) { return PatternPixels(patterns->GraphicPenList, i); },
+        [patterns](int32_t i) { return PatternPixels(patterns->FillPatternList, i); },
+        [](const PixelBuffer& picture) { return EncodeByteImage(picture); }};
 }
 
 void DocumentCanvas::mousePressEvent(QMouseEvent* event) {
@@ -275,6 +280,7 @@ void DocumentCanvas::Carry(const CanvasActions& a, QPointF pos) {
     if (a.RefreshRect || a.RefreshLayerWindow || a.SaveUndo || a.FullRefresh)
         app_.Frame().RefreshToolWindows(fid);
     if (a.DefaultCursor) unsetCursor();
+    if (a.ShowPenState) app_.Frame().Pen()->ShowPenState(fid);
     if (a.OpenContextMenu) app_.Frame().ShowCanvasMenu(mapToGlobal(pos.toPoint()));
 }
 

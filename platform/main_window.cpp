@@ -19,6 +19,7 @@
 #include "platform/application.h"
 #include "platform/document_window.h"
 #include "platform/qt_text.h"
+#include "tools/pen_settings.h"
 
 namespace brv {
 
@@ -28,7 +29,12 @@ namespace {
 struct ActionData {
     Command command;
     double argument;
+    QString caption;  // the effect entries are told apart by it
 };
+
+bool Available(const ActionData& d) {
+    return Application::IsAvailable(d.command, d.caption.toStdString());
+}
 
 }  // namespace
 
@@ -74,6 +80,15 @@ MainWindow::MainWindow(Application& app) : app_(app) {
     };
     guide_ = new GuideWindow(app_, this, redrawDocument);
     layers_ = new LayerWindow(app_, this, redrawDocument);
+    AppState& state = app_.State();
+    pen_ = new PenWindow(PenWindowContext{state.Core,
+                                          state.Patterns,
+                                          state.LoadingLibrary,
+                                          PatternPictureLoader(),
+                                          redrawDocument,
+                                          {},
+                                          {}},
+                         this);
     UpdateMenuBar();
     resize(900, 700);
 }
@@ -110,8 +125,9 @@ void MainWindow::BuildMenus(std::span<const TopMenu> tables, QList<QMenu*>& out)
                         a->setShortcut(QKeySequence(ToQ(e.shortcut)));
                         a->setShortcutContext(Qt::ApplicationShortcut);
                     }
-                    a->setData(QVariant::fromValue(ActionData{e.command, e.argument}));
-                    a->setEnabled(Application::IsAvailable(e.command));
+                    a->setData(
+                        QVariant::fromValue(ActionData{e.command, e.argument, ToQ(e.caption)}));
+                    a->setEnabled(Application::IsAvailable(e.command, e.caption));
                     AddCaptionShortcut(a, e);
                     const std::string caption(e.caption);
                     const Command command = e.command;
@@ -134,7 +150,7 @@ void MainWindow::ResetEnablement(QMenu* menu) {
     for (QAction* a : menu->actions()) {
         if (a->menu()) ResetEnablement(a->menu());
         if (a->data().canConvert<ActionData>())
-            a->setEnabled(Application::IsAvailable(a->data().value<ActionData>().command));
+            a->setEnabled(Available(a->data().value<ActionData>()));
     }
 }
 
@@ -184,7 +200,7 @@ void MainWindow::UpdateEnablement(QMenu* menu) {
     for (QAction* a : menu->actions()) {
         if (!a->data().canConvert<ActionData>()) continue;
         const ActionData d = a->data().value<ActionData>();
-        bool enabled = Application::IsAvailable(d.command);
+        bool enabled = Available(d);
         switch (d.command) {
             case Command::Undo:
                 enabled = enabled && m.undo;
@@ -233,6 +249,10 @@ void MainWindow::UpdateEnablement(QMenu* menu) {
             case Command::ToggleLayerWindow:
                 a->setCheckable(true);
                 a->setChecked(layers_ && layers_->isVisible());
+                break;
+            case Command::TogglePenWindow:
+                a->setCheckable(true);
+                a->setChecked(pen_ && pen_->isVisible());
                 break;
             default:
                 break;
@@ -297,7 +317,12 @@ void MainWindow::DestroyDocumentWindow(int32_t fid) {
         sub->deleteLater();
     }
     UpdateMenuBar();
-    RefreshToolWindows(app_.State().Core.ActiveFID);
+    const CoreState& core = app_.State().Core;
+    RefreshToolWindows(core.ActiveFID);
+    if (const LayerRecord* pen = PenLayer(core, core.ActiveFID)) {
+        pen_->ShowPenState(core.ActiveFID);
+        pen_->OptionClick(pen->Tool - 1);
+    }
 }
 
 DocumentWindow* MainWindow::FindDocumentWindow(int32_t fid) const {
@@ -350,7 +375,12 @@ void MainWindow::OnSubWindowActivated() {
         }
     }
     UpdateMenuBar();
-    RefreshToolWindows(app_.State().Core.ActiveFID);
+    const CoreState& core = app_.State().Core;
+    RefreshToolWindows(core.ActiveFID);
+    if (const LayerRecord* pen = PenLayer(core, core.ActiveFID)) {
+        pen_->ShowPenState(core.ActiveFID);
+        pen_->OptionClick(pen->Tool - 1);
+    }
 }
 
 void MainWindow::RefreshActiveDocument() {
@@ -367,6 +397,7 @@ void MainWindow::RefreshToolWindows(int32_t fid) {
 void MainWindow::ToggleToolWindow(Command which) {
     QWidget* w = which == Command::ToggleGuideWindow   ? static_cast<QWidget*>(guide_)
                  : which == Command::ToggleLayerWindow ? static_cast<QWidget*>(layers_)
+                 : which == Command::TogglePenWindow   ? static_cast<QWidget*>(pen_)
                                                        : nullptr;
     if (!w) return;
     w->setVisible(!w->isVisible());
@@ -374,7 +405,8 @@ void MainWindow::ToggleToolWindow(Command which) {
 }
 
 void MainWindow::ShowAllToolWindows(bool show) {
-    for (QWidget* w : {static_cast<QWidget*>(guide_), static_cast<QWidget*>(layers_)})
+    for (QWidget* w : {static_cast<QWidget*>(guide_), static_cast<QWidget*>(layers_),
+                       static_cast<QWidget*>(pen_)})
         if (w) w->setVisible(show);
     RefreshToolWindows(app_.State().Core.ActiveFID);
 }
@@ -508,6 +540,7 @@ void MainWindow::TakePlacements(SettingsRecord& settings) const {
     if (main.showCmd == 0) main.showCmd = kShowNormal;
     if (guide_) TakePlacement(guide_, settings.Placements[kPlaceGuide]);
     if (layers_) TakePlacement(layers_, settings.Placements[kPlaceLayer]);
+    if (pen_) TakePlacement(pen_, settings.Placements[kPlacePen]);
 }
 
 void MainWindow::RestorePlacements(const SettingsRecord& settings) {
@@ -516,7 +549,9 @@ void MainWindow::RestorePlacements(const SettingsRecord& settings) {
     if (r.right > r.left && r.bottom > r.top)
         setGeometry(r.left, r.top, r.right - r.left, r.bottom - r.top);
     if (p.showCmd == kShowMaximized) setWindowState(windowState() | Qt::WindowMaximized);
-    for (auto [w, slot] : {std::pair<QWidget*, int>{guide_, kPlaceGuide}, {layers_, kPlaceLayer}}) {
+    for (auto [w, slot] : {std::pair<QWidget*, int>{guide_, kPlaceGuide},
+                           {layers_, kPlaceLayer},
+                           {pen_, kPlacePen}}) {
         if (!w) continue;
         const WindowPlacement& tp = settings.Placements[static_cast<size_t>(slot)];
         if (ApplyPlacement(w, tp))
@@ -537,6 +572,11 @@ void MainWindow::LayOutToolWindows() {
     guide_->show();
     layers_->move(x, guide_->frameGeometry().bottom() + 8);
     layers_->show();
+    // The pen window along the left edge, where the hand that draws does not cover it.
+    int px = f.left() - pen_->width() - 8;
+    if (!screen.isNull() && px < screen.left()) px = f.left() + 8;
+    pen_->move(px, f.top() + 60);
+    pen_->show();
     pendingLayout_ = false;
 }
 

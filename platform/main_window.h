@@ -16,6 +16,7 @@
 #include "core/view_render.h"
 #include "platform/guide_window.h"
 #include "platform/layer_window.h"
+#include "platform/pen_window.h"
 
 namespace brv {
 
@@ -43,6 +44,7 @@ public:
     ViewTimer& Timer() { return timer_; }
     GuideWindow* Guide() const { return guide_; }
     LayerWindow* Layers() const { return layers_; }
+    PenWindow* Pen() const { return pen_; }
     // Shows or hides a tool window by its menu command.
     void ToggleToolWindow(Command which);
     void ShowAllToolWindows(bool show);
@@ -99,6 +101,7 @@ private:
     ViewTimer timer_;
     GuideWindow* guide_ = nullptr;
     LayerWindow* layers_ = nullptr;
+    PenWindow* pen_ = nullptr;
     bool pendingLayout_ = false;  // a tool window had no stored place
     QTimer* tick_ = nullptr;      // the hand-made ones named in captions
 };

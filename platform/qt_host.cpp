@@ -14,9 +14,11 @@
 #include <QThread>
 #include <QVBoxLayout>
 
+#include "platform/bmp_save_dialog.h"
 #include "platform/document_window.h"
 #include "platform/main_window.h"
 #include "platform/picture_chooser.h"
+#include "platform/png_save_dialog.h"
 #include "platform/qt_text.h"
 
 namespace brv {
@@ -248,6 +250,14 @@ void QtHost::ShowDocumentWindow(int32_t fid, bool bQuiet) {
     else
         frame_->ShowDocument(fid);
     if (DocumentWindow* w = frame_->FindDocumentWindow(fid)) w->RedrawAll();
+}
+
+std::optional<PngSaveOptions> QtHost::AskPngSaveOptions(const PngSaveOptions& initial) {
+    return PngSaveDialog::Ask(initial, frame_);
+}
+
+std::optional<BmpSaveOptions> QtHost::AskBmpSaveOptions(const BmpSaveOptions& initial) {
+    return BmpSaveDialog::Ask(initial, frame_);
 }
 
 }  // namespace brv

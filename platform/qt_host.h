@@ -45,6 +45,8 @@ public:
                                      const std::vector<std::string>& choices,
                                      int32_t initial) override;
     void ShowDocumentWindow(int32_t fid, bool bQuiet) override;
+    std::optional<PngSaveOptions> AskPngSaveOptions(const PngSaveOptions& initial) override;
+    std::optional<BmpSaveOptions> AskBmpSaveOptions(const BmpSaveOptions& initial) override;
 
 private:
     MainWindow* frame_ = nullptr;
