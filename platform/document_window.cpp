@@ -10,8 +10,10 @@
 #include "core/documents.h"
 #include "core/sprites.h"
 #include "core/undo_store.h"
+#include "formats/ico_codec.h"
 #include "platform/application.h"
 #include "platform/main_window.h"
+#include "platform/qt_image.h"
 
 namespace brv {
 
@@ -219,6 +221,16 @@ int32_t ShiftOf(Qt::KeyboardModifiers m) {
            (m & Qt::AltModifier ? 4 : 0);
 }
 
+// A cursor file of the Cursors folder as the window's pointer; nullopt when it can't be read,
+// and the pointer then stays as it is.
+std::optional<QCursor> CursorFromFile(const std::string& path) {
+    PixelBuffer picture;
+    int32_t hotX = 0, hotY = 0;
+    if (IconC().LoadIcon(path, 1, picture, hotX, hotY, true) < 0) return std::nullopt;
+    FlipAndInvert(picture, true, true);
+    return QCursor(QPixmap::fromImage(ToQImage(picture)), hotX, hotY);
+}
+
 }  // namespace
 
 PaintContext DocumentCanvas::Context() {
@@ -279,6 +291,9 @@ void DocumentCanvas::Carry(const CanvasActions& a, QPointF pos) {
     if (a.SaveUndo) SaveUndo(app_.State().Core, app_.Host(), fid);
     if (a.RefreshRect || a.RefreshLayerWindow || a.SaveUndo || a.FullRefresh)
         app_.Frame().RefreshToolWindows(fid);
+    if (!a.CursorFile.empty()) {
+        if (auto cursor = CursorFromFile(a.CursorFile)) setCursor(*cursor);
+    }
     if (a.DefaultCursor) unsetCursor();
     if (a.ShowPenState) app_.Frame().Pen()->ShowPenState(fid);
     if (a.OpenContextMenu) app_.Frame().ShowCanvasMenu(mapToGlobal(pos.toPoint()));

@@ -1,5 +1,7 @@
 // The frame as a user meets it: menus, the new image dialog, closing with the question.
 #include <QApplication>
+#include <QDir>
+#include <QFile>
 #include <QLineEdit>
 #include <QMdiSubWindow>
 #include <QMenuBar>
@@ -191,6 +193,47 @@ private slots:
         QVERIFY(Undo(app.State().Core, fid) == 0);
         for (int x = 2; x <= 6; ++x)
             QCOMPARE(doc.Layers[1].Pixels.Get(x, 3)->a, uint8_t{0});
+    }
+
+    // The shipped data folders as they lie beside the executable.
+    static void CopyStarterData(const std::string& appFolder) {
+        for (const char* folder : {"GraphicPens", "FillDatas", "Cursors"}) {
+            const QDir from(QStringLiteral(BRV_SOURCE_DIR "/data/") + QString::fromUtf8(folder));
+            QDir(QString::fromStdString(appFolder)).mkpath(QString::fromUtf8(folder));
+            for (const QString& name : from.entryList(QDir::Files))
+                QFile::copy(from.filePath(name), QString::fromStdString(appFolder) + "/" +
+                                                     QString::fromUtf8(folder) + "/" + name);
+        }
+    }
+
+    void StarterPatternsReachThePenWindowAndThePanShowsTheMoveCursor() {
+        testing::TempFolder dir;
+        CopyStarterData(dir.Path());
+        Application app(dir.Path(), Screen());
+        app.Start("");
+        app.State().Core.Settings.AskOnClose = 0;
+        // Every shipped stamp and tile is readable by our own loader.
+        const auto count = [](const char* folder) {
+            return static_cast<size_t>(QDir(QStringLiteral(BRV_SOURCE_DIR "/data/") + folder)
+                                           .entryList(QDir::Files)
+                                           .size());
+        };
+        QCOMPARE(app.State().Patterns.GraphicPenList.size(), count("GraphicPens") + 1);
+        QCOMPARE(app.State().Patterns.FillPatternList.size(), count("FillDatas") + 1);
+        QVERIFY(app.Frame().Pen());
+
+        const int32_t fid = app.NewDocumentAndShow(64, 64);
+        DocumentWindow* view = app.Frame().FindDocumentWindow(fid);
+        QVERIFY(QTest::qWaitForWindowExposed(view));
+        QWidget* canvas = view->Canvas();
+        QCOMPARE(canvas->cursor().shape(), Qt::ArrowCursor);
+        QTest::mousePress(canvas, Qt::RightButton, {}, QPoint(20, 20));
+        QCOMPARE(canvas->cursor().shape(), Qt::BitmapCursor);
+        QCOMPARE(canvas->cursor().hotSpot(), QPoint(15, 15));
+        // Held past the context menu's 400 ms: a pan, and the pointer comes back.
+        QTest::qWait(450);
+        QTest::mouseRelease(canvas, Qt::RightButton, {}, QPoint(40, 40));
+        QCOMPARE(canvas->cursor().shape(), Qt::ArrowCursor);
     }
 
     void SettingsDialogChecksRangesAndKeepsTheCopyUntilOk() {

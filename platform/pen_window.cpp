@@ -18,6 +18,7 @@
 
 #include "app/file_commands.h"
 #include "core/documents.h"
+#include "platform/qt_image.h"
 #include "platform/qt_text.h"
 
 namespace brv {
@@ -39,16 +40,6 @@ constexpr int kChartHeight = 72;
 constexpr int kSwatchSide = 24;
 // Window units of the click rule: the chart's click is counted in twips.
 constexpr double kTwipsPerPixel = 15.0;
-
-// A picture with rows top-down in the window's own bytes (blue, green, red, alpha).
-QImage ToImage(const PixelBuffer& p, bool bottomUp) {
-    QImage img(p.Width(), p.Height(), QImage::Format_ARGB32);
-    for (int32_t y = 0; y < p.Height(); ++y) {
-        const uint8_t* src = p.Row(bottomUp ? p.Height() - 1 - y : y);
-        std::copy(src, src + p.Stride(), img.scanLine(y));
-    }
-    return img;
-}
 
 }  // namespace
 
@@ -93,7 +84,7 @@ public:
         thumbs_.reserve(list_->size());
         for (const PatternEntry& e : *list_) {
             PixelBuffer t = PatternThumbnail(e, background);
-            thumbs_.push_back(t.Empty() ? QImage() : ToImage(t, true));
+            thumbs_.push_back(t.Empty() ? QImage() : ToQImage(t, true));
         }
     }
     void SetSelected(int32_t selected) {
@@ -151,7 +142,7 @@ public:
     void Rebuild() {
         chart_ = MakeColorChart(width(), height());
         // The chart has a column and a row more than shows; the top row shown is its last.
-        QImage all = ToImage(chart_, true);
+        QImage all = ToQImage(chart_, true);
         image_ = all.copy(0, 0, width(), height());
         update();
     }
@@ -447,7 +438,7 @@ void PenWindow::ShowPenColor(int32_t fid) {
     const PixelBuffer swatch =
         MakeSwatch(label1_->width() - 2, label1_->height() - 2, pen->PenColor, pen->PenTransparency,
                    context_.Core.BackgroundTile);
-    label1_->setPixmap(QPixmap::fromImage(ToImage(swatch, false)));
+    label1_->setPixmap(QPixmap::fromImage(ToQImage(swatch, false)));
     label18_->setText(ToQ(PenColorText(pen->PenColor, pen->PenTransparency)));
 }
 
