@@ -2,10 +2,10 @@
 #include <gtest/gtest.h>
 
 #include "colour/dither.h"
+#include "colour/hsv.h"
 #include "effects/ef_dither.h"
 #include "effects/ef_lvadjust.h"
 #include "effects/effect.h"
-#include "effects/hsv.h"
 #include "tests/support/fake_host.h"
 
 namespace brv {
@@ -63,20 +63,6 @@ protected:
     EffectState fx;
     CoreState core;
 };
-
-TEST(Hsv, ConversionTruncatesAndHue360IsNotRed) {
-    int32_t h, s, v;
-    RGBToHSV(10, 20, 30, h, s, v);
-    EXPECT_EQ(h, 210);
-    EXPECT_EQ(s, 170);  // 20 * 255 div 30
-    EXPECT_EQ(v, 30);
-    RGBToHSV(255, 1, 0, h, s, v);
-    EXPECT_EQ(h, 0);  // 60 div 255 is 0: the true hue 0.24 is lost
-    EXPECT_EQ(HSVToRGB(210, 170, 30), BgraToColorWord(Rgba(10, 20, 30, 0)));
-    EXPECT_EQ(HSVToRGB(0, 255, 255), 0x0000FF);
-    EXPECT_EQ(HSVToRGB(360, 255, 255), 0xFF00FF);  // sector 6: (V, p, q)
-    EXPECT_EQ(HSVToRGB(360, 0, 77), 0x4D4D4D);
-}
 
 TEST_F(ColourEffects, HsvWithZeroDeltasShiftsColoursButKeepsGrey) {
     const EffectArgs zero = Defaults("ef_hsv");

@@ -4,7 +4,7 @@
 
 #include "core/arith.h"
 #include "effects/effect_table.h"
-#include "effects/hsv.h"
+#include "colour/hsv.h"
 
 namespace brv {
 

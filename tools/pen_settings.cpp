@@ -6,6 +6,7 @@
 #include <limits>
 #include <vector>
 
+#include "colour/hsv.h"
 #include "core/arith.h"
 #include "core/documents.h"
 
@@ -62,10 +63,6 @@ int32_t IntSaturated(double x) {
     if (!(r > -2147483648.0)) return std::numeric_limits<int32_t>::min();
     if (r >= 2147483647.0) return std::numeric_limits<int32_t>::max();
     return static_cast<int32_t>(r);
-}
-
-uint8_t Channel(int32_t v) {
-    return static_cast<uint8_t>(std::clamp(v, 0, 255));
 }
 
 }  // namespace
@@ -329,33 +326,7 @@ const LayerRecord* PenLayer(const CoreState& core, int32_t fid) {
 }
 
 int32_t HsvToColor(int32_t h, int32_t s, int32_t v) {
-    const int32_t f = (h * 6) % 360;
-    const int32_t p = ((255 - s) * v) / 255;
-    const int32_t q = ((255 - (f * s) / 360) * v) / 255;
-    const int32_t t = ((255 - ((360 - f) * s) / 360) * v) / 255;
-    int32_t r = 0, g = 0, b = 0;
-    // H = 360 falls to the last case with f = 0, which gives magenta, not red; intended.
-    switch ((h * 6) / 360) {
-        case 0:
-            r = v, g = t, b = p;
-            break;
-        case 1:
-            r = q, g = v, b = p;
-            break;
-        case 2:
-            r = p, g = v, b = t;
-            break;
-        case 3:
-            r = p, g = q, b = v;
-            break;
-        case 4:
-            r = t, g = p, b = v;
-            break;
-        default:
-            r = v, g = p, b = q;
-            break;
-    }
-    return BgraToColorWord({Channel(b), Channel(g), Channel(r), 0});
+    return HSVToRGB(h, s, v);
 }
 
 PixelBuffer MakeColorChart(int32_t width, int32_t height) {

@@ -1,4 +1,4 @@
-#include "effects/hsv.h"
+#include "colour/hsv.h"
 
 namespace brv {
 
