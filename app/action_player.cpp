@@ -405,6 +405,12 @@ int32_t RunActionFile(ActionContext& ctx, int32_t FID, std::string_view ActionFn
     (void)GetMaxActionLID(ActionFnm);
 
     const int32_t n = static_cast<int32_t>(std::min<size_t>(lines.size(), INT32_MAX));
+    struct PlayingFlag {
+        bool& flag;
+        bool before;
+        explicit PlayingFlag(bool& f) : flag(f), before(f) { flag = true; }
+        ~PlayingFlag() { flag = before; }
+    } playing(player.Playing);
     RunProgress progress(host);
     int32_t errors = 0;
     std::string log;

@@ -389,6 +389,29 @@ TEST_F(ActionPlayerTest, TheOptionsAskAtEachLineWarnAtEachErrorOrKeepQuiet) {
     EXPECT_EQ(result, "エラー数 1/3 2行目 / 3行 Nope\n未定義のアクションです。\n");
 }
 
+TEST_F(ActionPlayerTest, TheStatusLineShowsTheLineAfterTheFirstSecondAtMostEvery100ms) {
+    // Each clock reading is 40 ms on: the first drawing comes once a second has passed, the
+    // next ones no sooner than 100 ms after the last.
+    host.clockStep = 40.0;
+    std::vector<bool> playing;
+    hooks.NamedCommand = [&](int32_t, int32_t, std::string_view, const std::vector<std::string>&) {
+        playing.push_back(app.Player.Playing);
+        host.clock += 300.0;
+        return 0;
+    };
+    std::string text;
+    for (int i = 0; i < 6; ++i)
+        text += "se_x,1,0\n";
+    std::string result;
+    EXPECT_EQ(Play(WriteAction(text), fid, result), 0);
+    EXPECT_EQ(playing, std::vector<bool>(6, true));
+    EXPECT_FALSE(app.Player.Playing);
+    // Readings: start 0; line i is read at 40 + 340 (i - 1): 40, 380, 720, 1060, 1400, 1740.
+    EXPECT_EQ(host.progress, (std::vector<std::pair<int32_t, int32_t>>{{4, 6}, {5, 6}, {6, 6}}));
+    EXPECT_EQ(host.statusTexts, (std::vector<std::string>{"4行目 / 6行 se_x", "5行目 / 6行 se_x",
+                                                          "6行目 / 6行 se_x", ""}));
+}
+
 TEST_F(ActionPlayerTest, ACancelRequestEndsTheRunAfterTheLine) {
     int32_t calls = 0;
     hooks.NamedCommand = [&](int32_t, int32_t, std::string_view, const std::vector<std::string>&) {

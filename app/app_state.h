@@ -18,6 +18,8 @@ struct ActionPlayerState {
     int16_t CancelRequest = 0;
     // No summary box at the end of a run; a batch sets it.
     bool ActionQuietEnd = false;
+    // Set while a run is under way: the run lets events through, and the menus wait for it.
+    bool Playing = false;
 };
 
 struct AppState {

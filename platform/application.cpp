@@ -109,7 +109,7 @@ bool Application::IsAvailable(Command command, std::string_view caption) {
 
 void Application::RunCommand(Command command, double argument, const std::string& caption) {
     // An effect's dialog or computation is under way: the menus wait for it.
-    if (state_.Effects.IsUIMode || state_.Effects.IsCalculating) return;
+    if (state_.Effects.IsUIMode || state_.Effects.IsCalculating || state_.Player.Playing) return;
     CoreState& core = state_.Core;
     DocumentRecord* doc = core.Doc(core.ActiveFID);
     switch (command) {
