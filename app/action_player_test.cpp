@@ -552,6 +552,53 @@ TEST_F(ActionPlayerTest, EffectLinesRunTheEffectUnseen) {
     EXPECT_EQ(host.messages[0], "サポートしていない効果です。");
 }
 
+// Truncated and bit-flipped action files: every run ends, with the document whole.
+TEST_F(ActionPlayerTest, DamagedFilesNeverBreakTheDocument) {
+    PixelBuffer tile(2, 1);
+    tile.Set(1, 0, {1, 2, 3, 255});
+    std::vector<uint8_t> mask(24 * 20, 0);
+    for (size_t i = 30; i < 200; ++i)
+        mask[i] = 1;
+    const std::string text =
+        "DrawPen,1,1,5,6,0,255,3,-32767,-32767,1,0,0,0,0,0,0\r\n"
+        "DrawPen,1,2,7,8,0,255,40,2,3,4,0,0,0,0,0,0\r\n"
+        "PenFill,1,3,4," +
+        EncodeByteImage(tile) +
+        ",30,10,255,0\r\n"
+        "PenSelect,1," +
+        EncodeByteImage(mask, 24, 20) +
+        "\r\n"
+        "LayerAdd,2,0\r\nPenRect,2,1,1,9,9,2,255,200,1,0\r\n"
+        "PenElipse,2,3,3,12,10,2,65280,0,1,0\r\nPenLayerMove,2,3,-2\r\n"
+        "LayerCombine,2,0\r\nPenAlpha,1,4,4,8,8,-50,3,1,0,0,0,0\r\n"
+        "Effectef_rev,1,-1,0,0,0\r\nPenFingerDraw,1,2,2,9,9,3,30\r\n";
+    const DocumentRecord start = Doc();
+    auto playOnCopy = [&](const std::string& damaged) {
+        const std::string fnm = WriteAction(damaged, "damaged.KRA");
+        const int32_t copy = CopyOf(start);
+        std::string result;
+        const int32_t r = Play(fnm, copy, result);
+        EXPECT_TRUE(r == 0 || r == -1);
+        const DocumentRecord& d = Doc(copy);
+        EXPECT_EQ(d.Width, 24);
+        EXPECT_EQ(d.Height, 20);
+        EXPECT_GE(d.LayerCount(), 1);
+        EXPECT_EQ(d.Selection.bytes.size(), 24u * 20u);
+        for (int32_t lid = 1; lid <= d.LayerCount(); ++lid) {
+            EXPECT_EQ(d.Layers[static_cast<size_t>(lid)].Pixels.Width(), 24);
+            EXPECT_EQ(d.Layers[static_cast<size_t>(lid)].Pixels.Height(), 20);
+        }
+        CloseDocument(app.Core, host, copy, nullptr);
+    };
+    for (size_t n = 0; n < text.size(); n += 7)
+        playOnCopy(text.substr(0, n));
+    for (size_t i = 0; i < text.size(); i += 5) {
+        std::string flipped = text;
+        flipped[i] = static_cast<char>(flipped[i] ^ (1 << (i % 8)));
+        playOnCopy(flipped);
+    }
+}
+
 TEST_F(ActionPlayerTest, TheLargestLayerOfAFile) {
     EXPECT_EQ(GetMaxActionLID(WriteAction("LayerAdd,1,0\n\nDrawPen,7\nx\nPenFill,3.6,0\n")), 7);
     EXPECT_EQ(GetMaxActionLID(WriteAction("")), 0);
