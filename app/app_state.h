@@ -11,6 +11,17 @@
 
 namespace brv {
 
+// The action player's run state.
+struct ActionPlayerState {
+    // -1 once the user asked a run to stop (the batch's progress window sets it); cleared at
+    // the start of each run.
+    int16_t CancelRequest = 0;
+    // No summary box at the end of a run; a batch sets it.
+    bool ActionQuietEnd = false;
+    // Set while a run is under way: the run lets events through, and the menus wait for it.
+    bool Playing = false;
+};
+
 struct AppState {
     CoreState Core;
     Palette CurrentPalette;
@@ -22,6 +33,7 @@ struct AppState {
     PatternLibraries Patterns;
     // The effect dialogs' shared state: the busy flags, the preview's seed and place.
     EffectState Effects;
+    ActionPlayerState Player;
 };
 
 }  // namespace brv

@@ -4,10 +4,13 @@
 //   info FILE                                 "<kind> <count>"
 //   dump FILE[:INDEX] OUT.pam [--layer N]     "width W height H layers N hotspot X Y"
 //   convert FILE[:INDEX] OUT [--option N]     saves OUT by its extension (.pam: a dump)
+//   run ACTION FILE[:INDEX] OUT [--option N]  plays ACTION on the image, then saves as convert
+//                                             does; prints the player's summary
 //
 // Files are opened exactly as the open command loads them, without the chooser; questions go
 // to the host, which answers them with their defaults in the CLI. Exit codes: 0, or 1 with the
-// program's message on the host (usage errors on err).
+// program's message on the host (usage errors on err); run gives 2 when a line of the action
+// failed but the result was saved.
 #pragma once
 
 #include <cstdint>

@@ -14,6 +14,7 @@
 #include "core/view_render.h"
 #include "effects/ef_dither.h"
 #include "effects/effect_table.h"
+#include "platform/action_commands.h"
 #include "platform/effect_dialog.h"
 #include "platform/main_window.h"
 #include "platform/new_image_dialog.h"
@@ -68,6 +69,8 @@ bool Application::IsAvailable(Command command, std::string_view caption) {
         case Command::ZoomRelative:
         case Command::ZoomAbsolute:
         case Command::ActionRecord:
+        case Command::ActionPlay:
+        case Command::ActionPlaySaved:
         case Command::ActionSaveAs:
         case Command::ClearRecent:
         case Command::Exit:
@@ -106,7 +109,7 @@ bool Application::IsAvailable(Command command, std::string_view caption) {
 
 void Application::RunCommand(Command command, double argument, const std::string& caption) {
     // An effect's dialog or computation is under way: the menus wait for it.
-    if (state_.Effects.IsUIMode || state_.Effects.IsCalculating) return;
+    if (state_.Effects.IsUIMode || state_.Effects.IsCalculating || state_.Player.Playing) return;
     CoreState& core = state_.Core;
     DocumentRecord* doc = core.Doc(core.ActiveFID);
     switch (command) {
@@ -131,6 +134,10 @@ void Application::RunCommand(Command command, double argument, const std::string
             break;
         case Command::ActionRecord:
             if (doc) ToggleRecording();
+            break;
+        case Command::ActionPlay:
+        case Command::ActionPlaySaved:
+            if (doc) PlayActionCommand(*this, command == Command::ActionPlaySaved);
             break;
         case Command::ActionSaveAs: {
             FileDialogRequest request;

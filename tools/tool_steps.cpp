@@ -36,8 +36,8 @@ RectI Union(const RectI& a, const RectI& b) {
             std::max(a.bottom, b.bottom)};
 }
 
-// Copies the pixels of the layer below that the fill changed onto the active layer, each to
-// where it lies on the active layer, then puts the layer below back as it was.
+}  // namespace
+
 void LandOnActiveLayer(LayerRecord& active, LayerRecord& below) {
     PixelBuffer& keep = active.Pixels;
     const int64_t shiftX = int64_t{below.OffsetX} - active.OffsetX;
@@ -55,8 +55,6 @@ void LandOnActiveLayer(LayerRecord& active, LayerRecord& below) {
     }
     below.Pixels = below.Backup;
 }
-
-}  // namespace
 
 CanvasActions FillPress(const PaintContext& ctx, DocumentRecord& doc, int32_t ix, int32_t iy) {
     CanvasActions out;

@@ -17,6 +17,10 @@ namespace brv {
 // Tool 5, on the press: the flood fill of the active layer, or with "fill the layer below"
 // the shape taken from the layer below and the paint landing on the active layer.
 CanvasActions FillPress(const PaintContext& ctx, DocumentRecord& doc, int32_t ix, int32_t iy);
+// The end of a fill of the layer below: every pixel of `below` that differs from its Backup is
+// copied onto `active` where it lies there (by the two offsets), then `below` takes its Backup
+// back. The layer below only gives the shape; the paint lands on the active layer.
+void LandOnActiveLayer(LayerRecord& active, LayerRecord& below);
 
 // Tools 11, 12, 13, 15: one step of the stroke from (fromX, fromY) to (ix, iy), in its
 // selection bracket, and its line. Returns the document rectangle to refresh.
