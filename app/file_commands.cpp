@@ -543,4 +543,23 @@ void TakePngSaveOptions(const PngSaveOptions& options, PNGSaveFormModel& form) {
     form.InterlaceOn = options.InterlaceOn;
 }
 
+PictureLoader PatternPictureLoader() {
+    return [](const std::string& path, PixelBuffer& retPixels) {
+        int32_t count = 0, hotX = 0, hotY = 0;
+        bool flipped = false, inverted = false;
+        std::string kind;
+        std::string error =
+            LoadImageFile(path, retPixels, 1, count, flipped, kind, inverted, hotX, hotY);
+        // Undo what a reader did already: the library flips and inverts every picture itself.
+        if (error.empty()) FlipAndInvert(retPixels, flipped, inverted);
+        return error;
+    };
+}
+
+void LoadPatternLibraries(AppState& app) {
+    const PictureLoader loader = PatternPictureLoader();
+    LoadGraphicPens(app.Core.Paths, app.Patterns, loader, app.LoadingLibrary);
+    LoadFillPatterns(app.Core.Paths, app.Patterns, loader, app.LoadingLibrary);
+}
+
 }  // namespace brv

@@ -19,6 +19,7 @@
 #include "app/app_state.h"
 #include "core/host.h"
 #include "core/pixel_buffer.h"
+#include "tools/pattern_library.h"
 
 namespace brv {
 
@@ -174,5 +175,11 @@ private:
     AppState& app_;
     Host& host_;
 };
+
+// The open command's picture loader as the pattern libraries take it: quiet, the first image
+// of a file, handed over in transit order whatever the reader did.
+PictureLoader PatternPictureLoader();
+// Both pattern libraries read from their folders.
+void LoadPatternLibraries(AppState& app);
 
 }  // namespace brv

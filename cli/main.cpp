@@ -8,6 +8,7 @@
 
 #include "app/app_state.h"
 #include "app/cli_commands.h"
+#include "app/file_commands.h"
 #include "cli/headless_host.h"
 #include "core/app_paths.h"
 #include "core/documents.h"
@@ -23,6 +24,15 @@ std::string MakeRunFolder(brv::Host& host) {
     buffer.push_back('\0');
     if (!mkdtemp(buffer.data())) return {};
     return std::string(buffer.data()) + "/";
+}
+
+// The folder of this executable, with its separator; the stamps and tiles ship there.
+std::string ExecutableFolder(const char* argv0) {
+    std::error_code ec;
+    std::filesystem::path self = std::filesystem::read_symlink("/proc/self/exe", ec);
+    if (ec) self = std::filesystem::absolute(argv0, ec);
+    if (ec) return {};
+    return brv::FromFsPath(self.parent_path()) + brv::kPathSeparator;
 }
 
 }  // namespace
@@ -46,6 +56,15 @@ int main(int argc, char** argv) {
     app.Core.Paths = brv::ComputeAppPaths(runFolder);
     brv::MakeDirectories(app.Core.Paths.TempDir);
     brv::InitDocTable(app.Core);
+    if (std::strcmp(argv[1], "run") == 0) {
+        // A graphic pen or a patterned fill of an action needs the libraries of the program.
+        const std::string exeFolder = ExecutableFolder(argv[0]);
+        if (!exeFolder.empty()) {
+            app.Core.Paths.GraphicPensDir = exeFolder + "GraphicPens" + brv::kPathSeparator;
+            app.Core.Paths.FillDatasDir = exeFolder + "FillDatas" + brv::kPathSeparator;
+        }
+        brv::LoadPatternLibraries(app);
+    }
 
     const std::vector<std::string> args(argv + 1, argv + argc);
     const int code = brv::RunCliCommand(args, app, host, std::cout, std::cerr);

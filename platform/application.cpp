@@ -25,9 +25,7 @@ namespace brv {
 
 Application::Application(std::string appFolder, const ScreenMetrics& screen) {
     report_ = StartApplication(state_, appFolder, screen);
-    const PictureLoader loader = PatternPictureLoader();
-    LoadGraphicPens(state_.Core.Paths, state_.Patterns, loader, state_.LoadingLibrary);
-    LoadFillPatterns(state_.Core.Paths, state_.Patterns, loader, state_.LoadingLibrary);
+    LoadPatternLibraries(state_);
     frame_ = std::make_unique<MainWindow>(*this);
     frame_->Pen()->DrawPatternLists();
     host_.AttachFrame(frame_.get());

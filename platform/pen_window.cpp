@@ -43,19 +43,6 @@ constexpr double kTwipsPerPixel = 15.0;
 
 }  // namespace
 
-PictureLoader PatternPictureLoader() {
-    return [](const std::string& path, PixelBuffer& retPixels) {
-        int32_t count = 0, hotX = 0, hotY = 0;
-        bool flipped = false, inverted = false;
-        std::string kind;
-        std::string error =
-            LoadImageFile(path, retPixels, 1, count, flipped, kind, inverted, hotX, hotY);
-        // Undo what a reader did already: the library flips and inverts every picture itself.
-        if (error.empty()) FlipAndInvert(retPixels, flipped, inverted);
-        return error;
-    };
-}
-
 // Sets the busy flag for a scope and gives it its old value back.
 class PenWindow::BusyScope {
 public:

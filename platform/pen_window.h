@@ -16,6 +16,7 @@
 #include <functional>
 #include <optional>
 
+#include "app/file_commands.h"
 #include "core/core_state.h"
 #include "tools/pattern_library.h"
 #include "tools/pen_settings.h"
@@ -48,10 +49,6 @@ struct PenWindowContext {
     // Runs the text effect on (FID, LID). Empty: the "文字" button stays disabled.
     std::function<void(int32_t fid, int32_t lid)> RunTextEffect;
 };
-
-// The program's picture loader (the open command's) as the pattern libraries take it: quiet,
-// the first image of a file, handed over in transit order whatever the reader did.
-PictureLoader PatternPictureLoader();
 
 class PenWindow : public QWidget {
     Q_OBJECT
