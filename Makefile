@@ -4,7 +4,8 @@ SUDO := $(shell [ "$$(id -u)" = 0 ] || echo sudo)
 JOBS ?= $(shell nproc)
 PACKAGES := g++ cmake ninja-build pkg-config qt6-base-dev zlib1g-dev libjpeg62-turbo-dev \
             libgif-dev libgtest-dev libgmock-dev libbenchmark-dev fonts-ipafont-gothic \
-            clang libclang-rt-14-dev xvfb xauth imagemagick icoutils python3-pil
+            clang libclang-rt-14-dev xvfb xauth imagemagick icoutils python3-pil \
+            libpng-dev libspng-dev
 WERROR := $(if $(CI),-DBRIVANDELLE_WERROR=ON,)
 
 .PHONY: deps build run test test-nogui bench fuzz format clean

@@ -13,6 +13,7 @@
 #include "core/arith.h"
 #include "core/layer_ops.h"
 #include "core/view_render.h"
+#include "tools/clipboard.h"
 #include "tools/flood_fill.h"
 #include "tools/freehand.h"
 #include "tools/pattern_library.h"
@@ -255,18 +256,18 @@ int32_t PlayLayer(ActionContext& ctx, int32_t fid, int32_t lid, std::string_view
     return kActionLineOk;
 }
 
+// The Edit class: the clipboard of the host, so a played copy reaches other programs too.
+// Nothing to cut and nothing to paste are no failures.
 int32_t PlayEdit(ActionContext& ctx, int32_t fid, int32_t lid, std::string_view sub,
                  const std::vector<std::string_view>& fields) {
-    const ActionPlayerHooks& hooks = ctx.Hooks;
+    const ClipContext clip{ctx.App.Core, ctx.host, ctx.App.Clip};
     if (sub == "CutOrCopy") {
-        const bool cut = TruthField(Field(fields, 2));
-        return hooks.CutOrCopy ? hooks.CutOrCopy(fid, lid, cut) : kActionLineOk;
-    }
-    if (sub == "Paste") {
+        CutOrCopy(clip, fid, lid, TruthField(Field(fields, 2)), false);
+    } else if (sub == "Paste") {
         const int32_t x = LenientInt(Field(fields, 2));
         const int32_t y = LenientInt(Field(fields, 3));
         const bool masked = TruthField(Field(fields, 4));
-        return hooks.Paste ? hooks.Paste(fid, x, y, masked) : kActionLineOk;
+        if (Paste(clip, fid, lid, x, y, masked) == kClipOutsideLayer) throw LineFault{};
     }
     return kActionLineOk;
 }

@@ -48,10 +48,6 @@ inline constexpr std::string_view kActionFaultText =
 // The commands whose parts are not in the logic libraries yet; the window system (or a test)
 // connects them. An empty hook does nothing and returns 0.
 struct ActionPlayerHooks {
-    // "EditCutOrCopy": cut (true) or copy the selection of layer lid, or of all layers for 0.
-    std::function<int32_t(int32_t fid, int32_t lid, bool cut)> CutOrCopy;
-    // "EditPaste": the clipboard's picture at (x, y); masked pastes through the selection.
-    std::function<int32_t(int32_t fid, int32_t x, int32_t y, bool masked)> Paste;
     // "SubEffect" + name: the selection effect with its integer arguments ("sef_selectofcolor"
     // six, "sef_selectrect" five).
     std::function<int32_t(int32_t fid, int32_t lid, std::string_view name,

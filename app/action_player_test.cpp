@@ -45,16 +45,6 @@ struct HookLog {
     std::vector<std::string> calls;
     ActionPlayerHooks Hooks() {
         ActionPlayerHooks h;
-        h.CutOrCopy = [this](int32_t fid, int32_t lid, bool cut) {
-            calls.push_back("cut " + std::to_string(fid) + " " + std::to_string(lid) + " " +
-                            (cut ? "yes" : "no"));
-            return 0;
-        };
-        h.Paste = [this](int32_t fid, int32_t x, int32_t y, bool masked) {
-            calls.push_back("paste " + std::to_string(fid) + " " + std::to_string(x) + " " +
-                            std::to_string(y) + " " + (masked ? "yes" : "no"));
-            return 0;
-        };
         h.SubEffect = [this](int32_t, int32_t lid, std::string_view name,
                              const std::vector<int32_t>& args) {
             std::string s = "sub " + std::to_string(lid) + " " + std::string(name);
@@ -517,11 +507,6 @@ TEST_F(ActionPlayerTest, LayerLinesCallTheLayerCommands) {
 TEST_F(ActionPlayerTest, TheCommandsBuiltElsewhereGetTheirFieldsParsed) {
     HookLog log;
     hooks = log.Hooks();
-    EXPECT_EQ(Line("EditCutOrCopy,0,-1"), 0);
-    EXPECT_EQ(Line("EditCutOrCopy,2,0"), 0);
-    EXPECT_EQ(Line("EditCutOrCopy,2,True"), 0);
-    EXPECT_EQ(Line("EditPaste,1,-4,7.6,-1"), 0);
-    EXPECT_EQ(Line("EditPaste,1,3,4,0"), 0);
     EXPECT_EQ(Line("SubEffectsef_selectofcolor,1,10,20,30,40,1,7,99"), 0);
     EXPECT_EQ(Line("SubEffectsef_selectrect,2,1,2,3x,4,2"), 0);
     EXPECT_EQ(Line("SubEffectsef_selectrect,2,1,2,3"), kActionLineFault);
@@ -530,15 +515,15 @@ TEST_F(ActionPlayerTest, TheCommandsBuiltElsewhereGetTheirFieldsParsed) {
     EXPECT_EQ(Line("plterefrect,1," + EncodeByteList(std::vector<uint8_t>{3, 200, 17})), 0);
     EXPECT_EQ(log.calls,
               (std::vector<std::string>{
-                  "cut 1 0 yes", "cut 1 2 no", "cut 1 2 yes", "paste 1 -4 8 yes", "paste 1 3 4 no",
                   "sub 1 sef_selectofcolor 10 20 30 40 1 7", "sub 2 sef_selectrect 1 2 3 4 2",
                   "se 2 refrectlayerpos [0]", "se 1 selectall [a] [b] [c]", "palette 1 3 200 17"}));
     // A hook's failure is the line's.
-    hooks.Paste = [](int32_t, int32_t, int32_t, bool) { return -3; };
-    EXPECT_EQ(Line("EditPaste,1,0,0,0"), -3);
+    hooks.NamedCommand = [](int32_t, int32_t, std::string_view, const std::vector<std::string>&) {
+        return -3;
+    };
+    EXPECT_EQ(Line("se_selectall,1,0"), -3);
     // Without hooks these lines do nothing.
     hooks = ActionPlayerHooks{};
-    EXPECT_EQ(Line("EditPaste,1,0,0,0"), 0);
     EXPECT_EQ(Line("se_selectall,1,0"), 0);
 }
 

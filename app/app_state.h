@@ -6,6 +6,7 @@
 #include "colour/palette.h"
 #include "core/core_state.h"
 #include "effects/effect.h"
+#include "tools/clipboard.h"
 #include "tools/freehand.h"
 #include "tools/pattern_library.h"
 
@@ -34,6 +35,8 @@ struct AppState {
     // The effect dialogs' shared state: the busy flags, the preview's seed and place.
     EffectState Effects;
     ActionPlayerState Player;
+    // The last cut or copy, with its place and source document.
+    PrivateClipRecord Clip;
 };
 
 }  // namespace brv

@@ -46,10 +46,21 @@ public:
     // reported on stderr.
     std::optional<PngSaveOptions> AskPngSaveOptions(const PngSaveOptions& initial) override;
     std::optional<BmpSaveOptions> AskBmpSaveOptions(const BmpSaveOptions& initial) override;
+    // A clipboard of its own, for the cut, copy and paste lines of a played action.
+    bool ClipboardPut(const PixelBuffer& picture) override {
+        clipboard_ = picture;
+        return true;
+    }
+    std::optional<Size> ClipboardPictureSize() override {
+        if (!clipboard_) return std::nullopt;
+        return Size{clipboard_->Width(), clipboard_->Height()};
+    }
+    std::optional<PixelBuffer> ClipboardGet() override { return clipboard_; }
     uint64_t FreePhysicalMemory() override;
     std::string TempFolder() override;
 
 private:
+    std::optional<PixelBuffer> clipboard_;
     std::chrono::steady_clock::time_point start_ = std::chrono::steady_clock::now();
 };
 

@@ -137,6 +137,16 @@ public:
         return std::nullopt;
     }
 
+    // The system clipboard. Pictures cross it in the in-transit conventions (rows bottom-up,
+    // the fourth byte a transparency); how the platform stores them is the host's affair, as
+    // long as a picture put comes back as it went. A host without a clipboard keeps one
+    // picture of its own.
+    // false when the platform refused the picture.
+    virtual bool ClipboardPut(const PixelBuffer& picture) = 0;
+    // The size of the picture on the clipboard, without reading it; nullopt when it holds none.
+    virtual std::optional<Size> ClipboardPictureSize() = 0;
+    virtual std::optional<PixelBuffer> ClipboardGet() = 0;
+
     // Machine facts.
     virtual uint64_t FreePhysicalMemory() = 0;  // bytes
     virtual std::string TempFolder() = 0;       // the user's temporary folder, trailing separator

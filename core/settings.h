@@ -19,6 +19,12 @@ struct PointI {
     friend bool operator==(const PointI&, const PointI&) = default;
 };
 
+struct PointF {
+    float x = 0.0f;
+    float y = 0.0f;
+    friend bool operator==(const PointF&, const PointF&) = default;
+};
+
 struct RectI {
     int32_t left = 0;
     int32_t top = 0;

@@ -5,6 +5,7 @@
 #include <QUrl>
 
 #include "actions/action_file.h"
+#include "app/edit_commands.h"
 #include "core/documents.h"
 #include "core/file_io.h"
 #include "core/layer_ops.h"
@@ -58,6 +59,14 @@ bool Application::IsAvailable(Command command, std::string_view caption) {
             return IsEffectMenuEntryAvailable(caption);
         case Command::CountColors:
         case Command::TogglePenWindow:
+        case Command::Copy:
+        case Command::Cut:
+        case Command::Delete:
+        case Command::Paste:
+        case Command::PasteNewLayer:
+        case Command::PasteAtSelection:
+        case Command::PasteInSelection:
+        case Command::Deselect:
             return true;
         case Command::NewImage:
         case Command::Open:
@@ -110,6 +119,15 @@ void Application::RunCommand(Command command, double argument, const std::string
     if (state_.Effects.IsUIMode || state_.Effects.IsCalculating || state_.Player.Playing) return;
     CoreState& core = state_.Core;
     DocumentRecord* doc = core.Doc(core.ActiveFID);
+    if (IsEditCommand(command)) {
+        if (!doc) return;
+        const int32_t fid = core.ActiveFID;
+        const EditOutcome outcome = RunEditCommand(state_, host_, command, fid);
+        if (outcome.FullRefresh) frame_->RefreshActiveDocument();
+        if (outcome.SaveUndo) SaveUndo(core, host_, fid);
+        frame_->RefreshToolWindows(fid);
+        return;
+    }
     switch (command) {
         case Command::NewImage:
             NewImageCommand();

@@ -10,6 +10,7 @@
 #include "app/file_commands.h"
 #include "app/menu_table.h"
 #include "app/startup.h"
+#include "platform/key_state.h"
 #include "platform/qt_host.h"
 
 namespace brv {
@@ -30,6 +31,7 @@ public:
     AppState& State() { return state_; }
     QtHost& Host() { return host_; }
     MainWindow& Frame() { return *frame_; }
+    const LeftShiftWatch& LeftShift() const { return leftShift_; }
     const StartupReport& Report() const { return report_; }
 
     // Whether a command has something behind it yet; the rest stay disabled in the menus.
@@ -57,6 +59,7 @@ private:
 
     AppState state_;
     QtHost host_;
+    LeftShiftWatch leftShift_;
     StartupReport report_;
     std::unique_ptr<MainWindow> frame_;
     std::unique_ptr<FileCommands> files_;

@@ -134,6 +134,7 @@ void DocumentWindow::RedrawAll() {
     SyncScrollBars();
     const QSize c = ClientSize();
     doc->WindowClient = Size{c.width(), c.height()};
+    rubberBand_.clear();
     TakeFrame(brv::RedrawAll(*doc, doc->WindowClient, app_.State().Core.BackgroundTile,
                              app_.Frame().Timer().AntsPhase));
     canvas_->update();
@@ -148,6 +149,11 @@ void DocumentWindow::RedrawDirty(RectI dirty) {
                          app_.State().Core.BackgroundTile, app_.Frame().Timer().AntsPhase, dirty);
     if (f.Action == ViewAction::Keep) return;
     TakeFrame(f);
+    canvas_->update();
+}
+
+void DocumentWindow::SetRubberBand(std::vector<PointI> points) {
+    rubberBand_ = std::move(points);
     canvas_->update();
 }
 
@@ -206,6 +212,13 @@ void DocumentCanvas::paintEvent(QPaintEvent*) {
         p.drawImage(at, all, QRect(mark->SpriteX, 0, size, size));
         p.setCompositionMode(QPainter::CompositionMode_SourceOver);
     }
+    if (const auto& band = window_.RubberBand(); band.size() >= 2) {
+        const std::vector<int32_t> counts{static_cast<int32_t>(band.size())};
+        p.setPen(PenOf(PenStyle::Solid, 0x000000));
+        DrawPolylines(p, band, counts);
+        p.setPen(PenOf(PenStyle::Dot, 0xFFFFFF));
+        DrawPolylines(p, band, counts);
+    }
 }
 
 namespace {
@@ -215,10 +228,9 @@ int32_t ButtonsOf(Qt::MouseButtons buttons) {
            (buttons & Qt::RightButton ? kRightButton : 0);
 }
 
-// Shift, Ctrl and Alt as 1, 2 and 4.
 int32_t ShiftOf(Qt::KeyboardModifiers m) {
-    return (m & Qt::ShiftModifier ? 1 : 0) | (m & Qt::ControlModifier ? 2 : 0) |
-           (m & Qt::AltModifier ? 4 : 0);
+    return (m & Qt::ShiftModifier ? kShiftKey : 0) | (m & Qt::ControlModifier ? kCtrlKey : 0) |
+           (m & Qt::AltModifier ? kAltKey : 0);
 }
 
 // A cursor file of the Cursors folder as the window's pointer; nullopt when it can't be read,
@@ -237,10 +249,12 @@ PaintContext DocumentCanvas::Context() {
     AppState& s = app_.State();
     const PatternLibraries* patterns = &s.Patterns;
     return PaintContext{
-        s.Core, s.Freehand,
+        s.Core,
+        s.Freehand,
         [patterns](int32_t i) { return PatternPixels(patterns->GraphicPenList, i); },
         [patterns](int32_t i) { return PatternPixels(patterns->FillPatternList, i); },
-        [](const PixelBuffer& picture) { return EncodeByteImage(picture); }};
+        [](const PixelBuffer& picture) { return EncodeByteImage(picture); },
+        [](const SelectionMask& mask) { return EncodeByteImage(mask); }};
 }
 
 void DocumentCanvas::mousePressEvent(QMouseEvent* event) {
@@ -276,10 +290,13 @@ void DocumentCanvas::mouseReleaseEvent(QMouseEvent* event) {
     if (!app_.State().Core.Doc(fid)) return;
     const QPointF pos = event->position();
     const ScreenMetrics& screen = app_.State().Core.Screen;
-    Carry(CanvasUp(Context(), fid, ButtonsOf(event->button()), ShiftOf(event->modifiers()),
-                   pos.x() * screen.TwipsPerPixelX, pos.y() * screen.TwipsPerPixelY,
-                   app_.Host().Milliseconds()),
-          pos);
+    // Only the left Shift key adds to a selection, and only as the button comes up.
+    int32_t shift = ShiftOf(event->modifiers());
+    if ((shift & kShiftKey) && app_.LeftShift().Down()) shift |= kLeftShiftKey;
+    Carry(
+        CanvasUp(Context(), fid, ButtonsOf(event->button()), shift, pos.x() * screen.TwipsPerPixelX,
+                 pos.y() * screen.TwipsPerPixelY, app_.Host().Milliseconds()),
+        pos);
 }
 
 void DocumentCanvas::Carry(const CanvasActions& a, QPointF pos) {
@@ -288,6 +305,7 @@ void DocumentCanvas::Carry(const CanvasActions& a, QPointF pos) {
         window_.RedrawAll();
     else if (a.RefreshRect)
         window_.RedrawDirty(*a.RefreshRect);
+    if (a.RubberBand) window_.SetRubberBand(*a.RubberBand);
     if (a.SaveUndo) SaveUndo(app_.State().Core, app_.Host(), fid);
     if (a.RefreshRect || a.RefreshLayerWindow || a.SaveUndo || a.FullRefresh)
         app_.Frame().RefreshToolWindows(fid);

@@ -9,6 +9,7 @@
 #include <QScrollBar>
 #include <QWidget>
 #include <optional>
+#include <vector>
 
 #include "core/view_render.h"
 #include "tools/freehand.h"
@@ -35,6 +36,9 @@ public:
     void RedrawDirty(RectI dirty);
     // The timer's overlays for this window (ants and hot spot).
     void SetTimerFrame(const TimerFrame& frame);
+    // The selection's rubber band in client pixels, until the next whole redraw.
+    void SetRubberBand(std::vector<PointI> points);
+    const std::vector<PointI>& RubberBand() const { return rubberBand_; }
 
     DocumentCanvas* Canvas() { return canvas_; }
     const ViewFrame& Frame() const { return frame_; }
@@ -60,6 +64,7 @@ private:
     ViewFrame frame_;
     QImage block_;  // ViewPixels turned top-down
     TimerFrame overlay_;
+    std::vector<PointI> rubberBand_;
 };
 
 // The drawing surface of a document window; it also reports the pointer to the status line.

@@ -196,7 +196,7 @@ void MainWindow::FillRecentMenu(QMenu* menu) {
 void MainWindow::UpdateEnablement(QMenu* menu) {
     if (menu->property("brvRecent").toBool()) FillRecentMenu(menu);
     const CoreState& core = app_.State().Core;
-    const MenuState m = ComputeMenuState(core, core.ActiveFID, false);
+    const MenuState m = ComputeMenuState(core, core.ActiveFID, ClipboardHasPicture());
     for (QAction* a : menu->actions()) {
         if (!a->data().canConvert<ActionData>()) continue;
         const ActionData d = a->data().value<ActionData>();
@@ -337,9 +337,14 @@ void MainWindow::ShowDocument(int32_t fid) {
     Activate(view);
 }
 
+bool MainWindow::ClipboardHasPicture() {
+    return static_cast<brv::Host&>(app_.Host()).ClipboardPictureSize().has_value();
+}
+
 void MainWindow::ShowCanvasMenu(const QPoint& globalPos) {
     QMenu menu(this);
-    const MenuState m = ComputeMenuState(app_.State().Core, app_.State().Core.ActiveFID, false);
+    const MenuState m =
+        ComputeMenuState(app_.State().Core, app_.State().Core.ActiveFID, ClipboardHasPicture());
     for (const MenuEntry& e : CanvasContextMenu()) {
         QAction* a = menu.addAction(ToQ(e.caption));
         bool enabled = Application::IsAvailable(e.command);

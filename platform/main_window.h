@@ -85,6 +85,8 @@ private:
     static void ResetEnablement(QMenu* menu);
     void AddCaptionShortcut(QAction* action, const MenuEntry& entry);
     void OnSubWindowActivated();
+    // The paste entries' rule: the clipboard holds a picture.
+    bool ClipboardHasPicture();
     void OnTick();
 
     Application& app_;

@@ -2,13 +2,16 @@
 
 #include <QApplication>
 #include <QButtonGroup>
+#include <QClipboard>
 #include <QDialogButtonBox>
 #include <QDir>
 #include <QFile>
 #include <QFileDialog>
+#include <QGuiApplication>
 #include <QInputDialog>
 #include <QMdiSubWindow>
 #include <QMessageBox>
+#include <QMimeData>
 #include <QRadioButton>
 #include <QStyle>
 #include <QThread>
@@ -19,6 +22,7 @@
 #include "platform/main_window.h"
 #include "platform/picture_chooser.h"
 #include "platform/png_save_dialog.h"
+#include "platform/qt_image.h"
 #include "platform/qt_text.h"
 
 namespace brv {
@@ -176,6 +180,37 @@ void QtHost::SetDocumentCaption(int32_t fid, std::string_view caption) {
 void QtHost::FocusDocumentWindow(int32_t fid) {
     if (!frame_) return;
     if (DocumentWindow* w = frame_->FindDocumentWindow(fid)) frame_->Activate(w);
+}
+
+// The clipboard holds an ordinary image with straight alpha, so that other programs see the
+// picture as it was drawn; the in-transit fourth byte is its complement.
+bool QtHost::ClipboardPut(const PixelBuffer& picture) {
+    QClipboard* clipboard = QGuiApplication::clipboard();
+    if (!clipboard || picture.Empty()) return false;
+    PixelBuffer upright = picture;
+    FlipAndInvert(upright, true, true);
+    clipboard->setImage(ToQImage(upright));
+    return true;
+}
+
+std::optional<Size> QtHost::ClipboardPictureSize() {
+    QClipboard* clipboard = QGuiApplication::clipboard();
+    const QMimeData* data = clipboard ? clipboard->mimeData() : nullptr;
+    if (!data || !data->hasImage()) return std::nullopt;
+    const QImage image = clipboard->image();
+    if (image.isNull()) return std::nullopt;
+    return Size{image.width(), image.height()};
+}
+
+std::optional<PixelBuffer> QtHost::ClipboardGet() {
+    QClipboard* clipboard = QGuiApplication::clipboard();
+    const QMimeData* data = clipboard ? clipboard->mimeData() : nullptr;
+    if (!data || !data->hasImage()) return std::nullopt;
+    const QImage image = clipboard->image();
+    PixelBuffer picture = FromQImage(image);
+    if (picture.Empty()) return std::nullopt;
+    FlipAndInvert(picture, true, true);
+    return picture;
 }
 
 uint64_t QtHost::FreePhysicalMemory() {

@@ -36,6 +36,9 @@ public:
     void DestroyDocumentWindow(int32_t fid) override;
     void SetDocumentCaption(int32_t fid, std::string_view caption) override;
     void FocusDocumentWindow(int32_t fid) override;
+    bool ClipboardPut(const PixelBuffer& picture) override;
+    std::optional<Size> ClipboardPictureSize() override;
+    std::optional<PixelBuffer> ClipboardGet() override;
     uint64_t FreePhysicalMemory() override;
     std::string TempFolder() override;
     void ShowProgressBox(std::string_view caption, int32_t position, int32_t maximum) override;

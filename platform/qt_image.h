@@ -20,4 +20,19 @@ inline QImage ToQImage(const PixelBuffer& p, bool bottomUp = false) {
     return img;
 }
 
+// A Qt image as a layer picture: rows top-down, straight alpha. Empty for a null image or one
+// too large to hold.
+inline PixelBuffer FromQImage(const QImage& image) {
+    if (image.isNull()) return PixelBuffer();
+    const QImage argb = image.convertToFormat(QImage::Format_ARGB32);
+    auto made = PixelBuffer::TryCreate(argb.width(), argb.height());
+    if (argb.isNull() || !made) return PixelBuffer();
+    PixelBuffer& p = *made;
+    for (int32_t y = 0; y < p.Height(); ++y) {
+        const uint8_t* src = argb.constScanLine(y);
+        std::copy(src, src + p.Stride(), p.Row(y));
+    }
+    return std::move(p);
+}
+
 }  // namespace brv

@@ -8,6 +8,7 @@
 
 #include "core/arith.h"
 #include "core/documents.h"
+#include "tools/selection.h"
 #include "tools/stamp.h"
 #include "tools/tool_steps.h"
 
@@ -400,12 +401,14 @@ CanvasActions PenStep(const PaintContext& ctx, int32_t fid, int32_t button, int3
                 RetouchStep(ctx, *doc, fid, tool, ix, iy, first ? ix : x0, first ? iy : y0);
             break;
         }
+        case 6:
+        case 9:
+            out = SelectionPress(ctx, fid, tool, x, y);
+            break;
         case 16:
             // The hot spot moves on the release.
             break;
         default:
-            // The selection tools have their own steps.
-            out.Handled = false;
             return out;
     }
     doc->PenLastX = static_cast<float>(x);
@@ -470,7 +473,8 @@ CanvasActions CanvasDrag(const PaintContext& ctx, int32_t fid, int32_t button, i
             break;
         case 6:
         case 9:
-            out.Handled = false;
+            out = SelectionDrag(ctx, *doc, fid, PenTool(*doc), x, y,
+                                doc->HScrollPos != h0 || doc->VScrollPos != v0);
             break;
         default:
             // The fill and the hot spot do nothing on a move.
@@ -482,7 +486,6 @@ CanvasActions CanvasDrag(const PaintContext& ctx, int32_t fid, int32_t button, i
 
 CanvasActions CanvasUp(const PaintContext& ctx, int32_t fid, int32_t button, int32_t shift,
                        double x, double y, double clock) {
-    (void)shift;
     CanvasActions out;
     CoreState& state = ctx.State;
     FreehandState& fs = ctx.Freehand;
@@ -493,6 +496,7 @@ CanvasActions CanvasUp(const PaintContext& ctx, int32_t fid, int32_t button, int
     doc->PenLastY = kNoPointerPos;
     const int32_t tool = PenTool(*doc);
     if (button == kLeftButton) {
+        const bool cancelled = fs.DragState == 2;
         fs.DragState = 0;
         if (IsShapeTool(tool) || tool == 7) {
             out.FullRefresh = true;
@@ -503,7 +507,7 @@ CanvasActions CanvasUp(const PaintContext& ctx, int32_t fid, int32_t button, int
         } else if (tool == 16) {
             out = HotspotUp(ctx, *doc, fid, x, y);
         } else if (tool == 6 || tool == 9) {
-            out.Handled = false;
+            out = SelectionUp(ctx, *doc, (shift & kLeftShiftKey) != 0, cancelled);
         }
     }
     // A colour pick changes nothing; everything else is one undo step per stroke.
@@ -521,6 +525,7 @@ CanvasActions CanvasUp(const PaintContext& ctx, int32_t fid, int32_t button, int
     fs.DragState = 0;
     fs.Memo.Valid = false;
     fs.ShapeRect.reset();
+    fs.SelectPoints.clear();
     return out;
 }
 

@@ -25,6 +25,7 @@
 #include <string>
 #include <string_view>
 #include <utility>
+#include <vector>
 
 #include "core/action_log.h"
 #include "core/app_paths.h"
@@ -38,6 +39,13 @@ namespace brv {
 // The mouse buttons as the canvas reports them; a move reports the sum of those held.
 inline constexpr int32_t kLeftButton = 1;
 inline constexpr int32_t kRightButton = 2;
+
+// The keys of the Shift argument: Shift, Ctrl and Alt as 1, 2 and 4, and a bit of its own for
+// the left Shift key, the only one that adds to a selection.
+inline constexpr int32_t kShiftKey = 1;
+inline constexpr int32_t kCtrlKey = 2;
+inline constexpr int32_t kAltKey = 4;
+inline constexpr int32_t kLeftShiftKey = 8;
 
 // DrawPen's kinds.
 inline constexpr int32_t kPenKindPen = 1;
@@ -69,6 +77,8 @@ using PatternLookup = std::function<const PixelBuffer*(int32_t index)>;
 using GraphicPenLookup = PatternLookup;
 // A picture as the action language writes it (EncodeByteImage), for the fill's recorded line.
 using PictureEncoder = std::function<std::string(const PixelBuffer& picture)>;
+// The selection mask the same way, for the selection's line.
+using MaskEncoder = std::function<std::string(const SelectionMask& mask)>;
 
 // ---- kernels -------------------------------------------------------------------------------
 
@@ -130,32 +140,38 @@ struct FreehandState {
     StrokeBackupMemo Memo;
     // Where the shape in progress was last drawn (document coordinates), for the next refresh.
     std::optional<RectI> ShapeRect;
+    // The selection polygon under construction, document coordinates, from press to release.
+    std::vector<PointF> SelectPoints;
 };
 
 struct PaintContext {
     PaintContext(CoreState& state, FreehandState& freehand, GraphicPenLookup graphicPens = {},
-                 PatternLookup fillPatterns = {}, PictureEncoder encodePicture = {})
+                 PatternLookup fillPatterns = {}, PictureEncoder encodePicture = {},
+                 MaskEncoder encodeMask = {})
         : State(state),
           Freehand(freehand),
           GraphicPens(std::move(graphicPens)),
           FillPatterns(std::move(fillPatterns)),
-          EncodePicture(std::move(encodePicture)) {}
+          EncodePicture(std::move(encodePicture)),
+          EncodeMask(std::move(encodeMask)) {}
 
     CoreState& State;
     FreehandState& Freehand;
     GraphicPenLookup GraphicPens;
     PatternLookup FillPatterns;    // FillPatternList
     PictureEncoder EncodePicture;  // without one the fill's line carries an empty pattern
+    MaskEncoder EncodeMask;        // without one the selection's line carries an empty mask
 };
 
 // What the canvas does after an event routine, in this order.
 struct CanvasActions {
-    // false: the tool's step belongs to another family of tools, which the canvas calls next.
-    bool Handled = true;
     std::optional<RectI> RefreshRect;  // RefreshAfterEdit of these document pixels
     bool RedrawAll = false;            // the whole view again (panning, a cancelled selection)
-    bool FullRefresh = false;          // the full refresh after a shape
-    bool UpdateScrollBars = false;     // HScrollPos / VScrollPos changed
+    // The selection's rubber band, a polyline in client pixels, drawn over the view (after the
+    // redraw above) dotted in white over solid black; the next whole redraw wipes it.
+    std::optional<std::vector<PointI>> RubberBand;
+    bool FullRefresh = false;       // the full refresh after a shape
+    bool UpdateScrollBars = false;  // HScrollPos / VScrollPos changed
     bool RefreshLayerWindow = false;
     bool SaveUndo = false;         // SaveUndo(fid): one stroke is one undo step
     std::string CursorFile;        // load this cursor file as the window's pointer

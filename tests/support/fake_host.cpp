@@ -117,6 +117,18 @@ std::optional<BmpSaveOptions> FakeHost::AskBmpSaveOptions(const BmpSaveOptions& 
     return TakeScripted(bmpOptionAnswers);
 }
 
+bool FakeHost::ClipboardPut(const PixelBuffer& picture) {
+    ++clipboardPuts;
+    if (clipboardRefuses) return false;
+    clipboard = picture;
+    return true;
+}
+
+std::optional<Size> FakeHost::ClipboardPictureSize() {
+    if (!clipboard) return std::nullopt;
+    return Size{clipboard->Width(), clipboard->Height()};
+}
+
 TempFolder::TempFolder() {
     static std::atomic<int> counter{0};
     const char* base = std::getenv("BRV_TEST_TMP");

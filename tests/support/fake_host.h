@@ -57,6 +57,11 @@ public:
     int doEventsCalls = 0;
     bool cancelClicked = false;
     uint64_t freeMemory = uint64_t{8} << 30;
+    // The clipboard: what it holds (in-transit conventions), how often it was written, and
+    // whether the platform refuses pictures.
+    std::optional<PixelBuffer> clipboard;
+    int clipboardPuts = 0;
+    bool clipboardRefuses = false;
     std::string tempFolder = "/tmp/";
 
     void ShowMessage(std::string_view text, MessageIcon icon, std::string_view title) override;
@@ -89,6 +94,9 @@ public:
     }
     std::optional<PngSaveOptions> AskPngSaveOptions(const PngSaveOptions& initial) override;
     std::optional<BmpSaveOptions> AskBmpSaveOptions(const BmpSaveOptions& initial) override;
+    bool ClipboardPut(const PixelBuffer& picture) override;
+    std::optional<Size> ClipboardPictureSize() override;
+    std::optional<PixelBuffer> ClipboardGet() override { return clipboard; }
     uint64_t FreePhysicalMemory() override { return freeMemory; }
     std::string TempFolder() override { return tempFolder; }
 };
