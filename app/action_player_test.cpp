@@ -1,4 +1,5 @@
 #include "app/action_player.h"
+#include "app/edit_commands.h"
 
 #include <gtest/gtest.h>
 
@@ -12,6 +13,7 @@
 #include "core/documents.h"
 #include "core/file_io.h"
 #include "core/layer_ops.h"
+#include "core/view_render.h"
 #include "tests/support/fake_host.h"
 #include "tools/flood_fill.h"
 #include "tools/retouch.h"
@@ -101,8 +103,10 @@ protected:
     LayerRecord& Pen() { return Layer(Doc().PenLID); }
 
     PaintContext Ctx() {
-        return PaintContext(app.Core, app.Freehand, nullptr, nullptr,
-                            [](const PixelBuffer& p) { return EncodeByteImage(p); });
+        return PaintContext(
+            app.Core, app.Freehand, nullptr, nullptr,
+            [](const PixelBuffer& p) { return EncodeByteImage(p); },
+            [](const SelectionMask& m) { return EncodeByteImage(m); });
     }
     // One stroke of the current tool through the canvas routines: a press, moves, a release.
     void Stroke(std::vector<std::pair<int32_t, int32_t>> points) {
@@ -260,6 +264,47 @@ TEST_F(ActionPlayerTest, ARecordedSessionPlaysBackToTheSamePixels) {
     EXPECT_EQ(Doc(copy).HotspotX, 15);
     EXPECT_EQ(Doc(copy).HotspotY, 2);
     EXPECT_EQ(Doc(copy).HotspotX, Doc().HotspotX);
+}
+
+// Selections made with both tools, cut, copy and every paste, recorded live and played on a
+// copy of the starting document: the same layers and the same mask.
+TEST_F(ActionPlayerTest, ASelectionAndClipboardSessionPlaysBackToTheSamePixels) {
+    const DocumentRecord start = Doc();
+    StartActionRecording(app.Core.Recorder, fid, kDefaultActionName);
+    auto edit = [&](Command c) {
+        RunEditCommand(app, host, c, fid);
+        BuildOutline(Doc());  // the full refresh
+    };
+    Pen().Tool = 9;
+    Stroke({{2, 2}, {5, 4}, {7, 6}});
+    BuildOutline(Doc());
+    edit(Command::Cut);
+    Pen().Tool = 6;
+    Stroke({{14, 3}, {20, 3}, {20, 9}, {15, 12}});
+    BuildOutline(Doc());
+    edit(Command::PasteAtSelection);
+    edit(Command::PasteInSelection);
+    edit(Command::Copy);
+    edit(Command::PasteNewLayer);
+    Pen().Tool = 9;
+    Stroke({{1, 14}, {6, 18}});
+    BuildOutline(Doc());
+    edit(Command::Delete);
+    Stroke({{10, 10}, {12, 12}});
+    BuildOutline(Doc());
+    edit(Command::Deselect);
+    const std::string fnm = app.Core.Paths.DefaultActionFile;
+    ASSERT_EQ(EndActionRecording(app.Core.Recorder, fnm), kActionFileOk);
+
+    const int32_t copy = CopyOf(start);
+    std::string result;
+    EXPECT_EQ(Play(fnm, copy, result), 0);
+    EXPECT_EQ(result.rfind("エラー数 0/", 0), 0u) << result;
+    ASSERT_EQ(Doc(copy).LayerCount(), 2);
+    EXPECT_NE(Layer(1).Pixels, start.Layers[1].Pixels);
+    EXPECT_EQ(Layer(1, copy).Pixels, Layer(1).Pixels);
+    EXPECT_EQ(Layer(2, copy).Pixels, Layer(2).Pixels);
+    EXPECT_EQ(Doc(copy).Selection.bytes, Doc().Selection.bytes);
 }
 
 // What a played line does differently from the live step, by design.

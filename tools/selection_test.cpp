@@ -165,8 +165,7 @@ TEST_F(SelectionTest, TheRectangleToolDragsARubberBandAndSelectsOnRelease) {
     a = CanvasDrag(Ctx(), fid, kLeftButton, 0, Twips(6), Twips(5), 140.0);
     EXPECT_TRUE(a.RedrawAll);
     ASSERT_TRUE(a.RubberBand);
-    EXPECT_EQ(*a.RubberBand,
-              (std::vector<PointI>{{2, 3}, {6, 3}, {6, 5}, {2, 5}, {2, 3}}));
+    EXPECT_EQ(*a.RubberBand, (std::vector<PointI>{{2, 3}, {6, 3}, {6, 5}, {2, 5}, {2, 3}}));
     // The mask is untouched until the release.
     EXPECT_EQ(std::count(Doc().Selection.bytes.begin(), Doc().Selection.bytes.end(), 1), 0);
     a = CanvasUp(Ctx(), fid, kLeftButton, 0, Twips(6), Twips(5), 160.0);
@@ -235,8 +234,7 @@ TEST_F(SelectionTest, TheRightButtonCancelsTheDragAndKeepsTheMask) {
         const CanvasActions a = PenStep(Ctx(), fid, kRightButton, 0, Twips(6), Twips(5), 120.0);
         EXPECT_TRUE(a.RedrawAll);
         // Whichever button comes up first ends the gesture; the canvas ignores the other.
-        CanvasUp(Ctx(), fid, rightFirst ? kRightButton : kLeftButton, 0, Twips(6), Twips(5),
-                 130.0);
+        CanvasUp(Ctx(), fid, rightFirst ? kRightButton : kLeftButton, 0, Twips(6), Twips(5), 130.0);
         EXPECT_EQ(Picture(Doc().Selection), before);
         EXPECT_EQ(drag.DragState, 0);
     }
@@ -262,8 +260,7 @@ TEST_F(SelectionTest, PointsSnapToTheGridAndTheBandStaysInTheView) {
 TEST_F(SelectionTest, TakingCopiesTheSelectedPixelsOfALayerFromItsOwnPlace) {
     for (int32_t y = 0; y < 7; ++y)
         for (int32_t x = 0; x < 9; ++x)
-            Layer().Pixels.Set(x, y,
-                               {static_cast<uint8_t>(x), static_cast<uint8_t>(y), 50, 200});
+            Layer().Pixels.Set(x, y, {static_cast<uint8_t>(x), static_cast<uint8_t>(y), 50, 200});
     Layer().OffsetX = 2;
     Layer().OffsetY = 1;
     Select({"##.......", ".........", "...#.#...", "...###...", ".........", ".........",
