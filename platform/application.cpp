@@ -54,19 +54,12 @@ void Application::Start(const std::string& commandLine) {
 }
 
 bool Application::IsAvailable(Command command, std::string_view caption) {
+    if (IsEditCommand(command)) return true;
     switch (command) {
         case Command::Effect:
             return IsEffectMenuEntryAvailable(caption);
         case Command::CountColors:
         case Command::TogglePenWindow:
-        case Command::Copy:
-        case Command::Cut:
-        case Command::Delete:
-        case Command::Paste:
-        case Command::PasteNewLayer:
-        case Command::PasteAtSelection:
-        case Command::PasteInSelection:
-        case Command::Deselect:
             return true;
         case Command::NewImage:
         case Command::Open:
