@@ -1,5 +1,6 @@
 #include "platform/main_window.h"
 
+#include <QClipboard>
 #include <QCloseEvent>
 #include <QDragEnterEvent>
 #include <QDropEvent>
@@ -338,7 +339,10 @@ void MainWindow::ShowDocument(int32_t fid) {
 }
 
 bool MainWindow::ClipboardHasPicture() {
-    return static_cast<brv::Host&>(app_.Host()).ClipboardPictureSize().has_value();
+    // Only whether there is one: decoding a large foreign picture at every menu would drag.
+    const QClipboard* clipboard = QGuiApplication::clipboard();
+    const QMimeData* mime = clipboard ? clipboard->mimeData() : nullptr;
+    return mime && mime->hasImage();
 }
 
 void MainWindow::ShowCanvasMenu(const QPoint& globalPos) {
